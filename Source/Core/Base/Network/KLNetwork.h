@@ -1,0 +1,55 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "Core/Base/Log/KLLog.h"
+#include "Core/Base/Network/KLHttpCryptor.h"
+#include "kaleo/KLClock.h"
+#include "kaleo/KLHTTPSession.h"
+
+namespace kaleo {
+
+/// Server paths, each appended to the configured base URL.
+inline constexpr const char* kUserPopupConfigs = "klo/user_popup_configs";
+inline constexpr const char* kPopupWindows = "klo/popup_windows";
+inline constexpr const char* kPopupDisplays = "klo/popup_displays";
+inline constexpr const char* kDiagnosticLogs = "klo/user_diagnose_logs";
+
+enum class KLHTTPMethod : int { GET = 0, POST, HEAD, CONNECT, DELETE, OPTIONS, PATCH, PUT, TRACE };
+
+/// The client for the popup server: parameters into a request, an answer (decrypted where the server says so) into JSON.
+///
+/// Callbacks run on the HTTP session's thread and must not block; exactly one of the two runs, unless the task is cancelled.
+/// Threads: any. Lifetime: borrows session and log; drop it only after the session has ended or all exchanges are over.
+class KLNetwork {
+ public:
+  /// The parsed body; nothing when it is no JSON.
+  using Success = std::function<void(std::optional<KLValue> response)>;
+  /// The transport's error; nothing for a status other than 200.
+  using Failure = std::function<void(std::optional<KLError> error)>;
+
+  KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random);
+
+  /// `parameters` is an object, or null for none.
+  std::shared_ptr<KLHTTPTask> GET(const std::string& url, const KLValue* parameters, Success success, Failure failure);
+  std::shared_ptr<KLHTTPTask> POST(const std::string& url, const KLValue* parameters, Success success, Failure failure);
+  std::shared_ptr<KLHTTPTask> request(const std::string& url, KLHTTPMethod method, const KLValue* parameters, Success success,
+                                      Failure failure);
+
+  /// The request that `request` sends.
+  KLHTTPRequest requestWith(const std::string& url, KLHTTPMethod method, const KLValue* parameters);
+  /// Request bodies are never encrypted in this release; the envelope stays ready.
+  bool shouldEncryptRequest(const KLHTTPRequest& request) const;
+  /// The body to parse: that of the answer, or its decrypted payload (nothing when that fails).
+  std::optional<KLBytes> decryptResponse(const KLHTTPResponse& response);
+
+ private:
+  KLHTTPSession& session_;
+  const KLLog& log_;
+  KLHttpCryptor cryptor_;
+};
+
+}  // namespace kaleo

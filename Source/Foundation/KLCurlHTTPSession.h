@@ -1,0 +1,24 @@
+#pragma once
+
+#include <memory>
+
+#include "kaleo/KLHTTPSession.h"
+
+namespace kaleo {
+
+/// HTTP over libcurl's multi interface: one event-loop thread named "KLHTTP", connections reused, HTTP/2 where offered,
+/// certificates verified, compressed answers accepted. Nothing is kept on disk and no environment variable is read.
+class KLCurlHTTPSession final : public KLHTTPSession {
+ public:
+  explicit KLCurlHTTPSession(KLHTTPSettings settings);
+  /// Cancels what is under way and ends the thread. Must not run on the session's thread.
+  ~KLCurlHTTPSession() override;
+
+  std::shared_ptr<KLHTTPTask> dataTask(KLHTTPRequest request, Completion completion) override;
+
+ private:
+  class Loop;
+  std::shared_ptr<Loop> loop_;
+};
+
+}  // namespace kaleo

@@ -1,0 +1,13 @@
+# What the core stands on; the README gives a reason for each.
+find_package(PkgConfig REQUIRED)
+find_package(Threads REQUIRED)
+find_package(SQLite3 REQUIRED)
+find_package(CURL REQUIRED)
+find_package(OpenSSL REQUIRED COMPONENTS Crypto)
+find_package(ICU REQUIRED COMPONENTS uc i18n)
+find_package(simdjson REQUIRED)
+find_package(fmt REQUIRED)
+find_package(JPEG REQUIRED)
+find_package(GIF REQUIRED)
+pkg_check_modules(spng REQUIRED IMPORTED_TARGET spng)
+pkg_check_modules(cbor REQUIRED IMPORTED_TARGET libcbor)

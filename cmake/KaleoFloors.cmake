@@ -1,0 +1,34 @@
+# The library is built floor by floor: each folder is a static library of its own that sees only the floors it is given, so that a call
+# upwards does not link. libkaleo is made of the floors' objects.
+
+# Options for this project's own code; nothing of it reaches a host's targets.
+add_library(kaleo_build_options INTERFACE)
+target_compile_features(kaleo_build_options INTERFACE cxx_std_20)
+target_compile_options(kaleo_build_options INTERFACE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Wno-missing-field-initializers)
+if(KALEO_WARNINGS_AS_ERRORS)
+  target_compile_options(kaleo_build_options INTERFACE -Werror)
+endif()
+if(KALEO_SANITIZE)
+  target_compile_options(kaleo_build_options INTERFACE -fsanitize=${KALEO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(kaleo_build_options INTERFACE -fsanitize=${KALEO_SANITIZE})
+endif()
+
+# kaleo_floor(<name> <folder> [FLOORS <lower floor>...] [LIBRARIES <library>...])
+function(kaleo_floor name folder)
+  cmake_parse_arguments(FLOOR "" "" "FLOORS;LIBRARIES" ${ARGN})
+  list(TRANSFORM FLOOR_FLOORS PREPEND kaleo_)
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/*.cpp)
+  if(NOT sources)  # headers alone
+    add_library(kaleo_${name} INTERFACE)
+    target_include_directories(kaleo_${name} INTERFACE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/Source)
+    target_link_libraries(kaleo_${name} INTERFACE ${FLOOR_FLOORS} fmt::fmt)
+    return()
+  endif()
+  add_library(kaleo_${name} STATIC ${sources})
+  set_target_properties(kaleo_${name} PROPERTIES LINKER_LANGUAGE CXX POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden
+                                                 VISIBILITY_INLINES_HIDDEN ON)
+  target_include_directories(kaleo_${name} PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/Source)
+  target_link_libraries(kaleo_${name} PUBLIC ${FLOOR_FLOORS} fmt::fmt PRIVATE ${FLOOR_LIBRARIES} kaleo_build_options)
+  set_property(GLOBAL APPEND PROPERTY KALEO_FLOORS kaleo_${name})
+  set_property(GLOBAL APPEND PROPERTY KALEO_FLOOR_LIBRARIES ${FLOOR_LIBRARIES})
+endfunction()

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "kaleo/KLConfigOptions.h"
+#include "kaleo/KLDelegates.h"
+#include "kaleo/KLExport.h"
+#include "kaleo/KLPlatform.h"
+
+namespace kaleo {
+
+class KLLibrary;
+
+/// The entry: one library for the process. No call blocks its caller on the network, the disk or a popup, and none throws.
+/// Threads: every member may be called from any thread.
+class KALEO_API Kaleo {
+ public:
+  Kaleo() = delete;
+
+  /// The registry that `standard` platforms use: where a host analytics library registers itself.
+  static KLHostRegistry& host();
+  /// The notification centre that `standard` platforms use: where a host posts.
+  static KLNotificationCenter& notificationCenter();
+
+  /// Chooses what the library stands on. Takes effect only before the start; a later call is ignored and logged.
+  /// Without it, `KLPlatform::standard("kaleo")` is taken.
+  static void setPlatform(KLPlatform platform);
+
+  /// Starts the library, once for the process: options that are missing or have no base URL are refused with a log line, and a
+  /// call after a successful one does nothing.
+  static void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  /// Shows a test popup when `url` is a deep link for one. Answers whether it was.
+  static bool handleOpenURL(const std::string& url);
+  /// Fetches the configuration now. `completion` runs on a thread of the library.
+  static void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
+  /// The library's version, dotted.
+  static std::string SDKVersion();
+  /// Whether the host library's version is supported (a missing one is).
+  static bool isSupportedNBVersion();
+
+  /// Ends the library in order: waiting work is let go, what is queued for the store is written, threads end. For the last moments
+  /// of a process; may take as long as the disk takes. The library cannot be started again.
+  static void shutdown();
+};
+
+/// A whole library of one's own, beside others in the same process: what `Kaleo` keeps one of.
+/// Threads: as `Kaleo`. The destructor must not run on the library's own threads; it ends the library in order.
+class KALEO_API KaleoInstance {
+ public:
+  explicit KaleoInstance(KLPlatform platform);
+  ~KaleoInstance();
+  KaleoInstance(const KaleoInstance&) = delete;
+  KaleoInstance& operator=(const KaleoInstance&) = delete;
+
+  void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  bool handleOpenURL(const std::string& url);
+  void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
+  bool isSupportedNBVersion() const;
+
+ private:
+  std::unique_ptr<KLLibrary> library_;
+};
+
+}  // namespace kaleo

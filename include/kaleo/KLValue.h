@@ -86,13 +86,15 @@ class KALEO_API KLValue {
 };
 
 /// A dictionary from text to KLValue. Keeps the order in which keys were first set; a key set again keeps its place.
-/// Look-ups are logarithmic in large objects.
+/// Look-ups are logarithmic in large objects; small ones are searched through and carry no index.
 class KALEO_API KLObject {
  public:
   using Entry = std::pair<std::string, KLValue>;
 
   KLObject() = default;
   KLObject(std::initializer_list<Entry> entries);
+  /// The object of many entries, made in one go: as if each were `set` in turn, without the cost of that for large objects.
+  static KLObject fromEntries(std::vector<Entry> entries);
 
   const KLValue* find(std::string_view key) const noexcept;
   bool contains(std::string_view key) const noexcept { return find(key) != nullptr; }
@@ -112,11 +114,13 @@ class KALEO_API KLObject {
   KALEO_API friend bool operator==(const KLObject& left, const KLObject& right) noexcept;
 
  private:
-  /// Position of `key` in index_ (first not less).
-  std::size_t lowerBound(std::string_view key) const noexcept;
+  /// Where `key` stands in entries_, or size() when it does not.
+  std::size_t positionOf(std::string_view key) const noexcept;
+  /// Orders index_ anew once entries_ is large, and drops it while it is small.
+  void rebuildIndex();
 
   std::vector<Entry> entries_;
-  /// Positions in entries_, ordered by key.
+  /// Positions in entries_, ordered by key; empty while entries_ is small.
   std::vector<std::uint32_t> index_;
 };
 

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <vector>
+
+#include "Foundation/KLImageDecoder.h"
+
+namespace kaleo {
+
+/// What becomes of a frame's area when its time is over.
+enum class KLGIFDisposal { Keep, ClearToTransparent, RestorePrevious };
+
+/// One frame as its headers declare it. Lengths in pixels, from the canvas' top left corner; the frame may stick out of the canvas.
+struct KLGIFFrame {
+  int left = 0, top = 0, width = 0, height = 0;
+  double delay = 0;  ///< seconds
+  KLGIFDisposal disposal = KLGIFDisposal::Keep;
+  int transparentIndex = -1;      ///< palette index that lets the canvas shine through; -1: none
+  std::size_t paletteOffset = 0;  ///< in the file, of 3 bytes (red, green, blue) a colour
+  int paletteSize = 0;            ///< in colours
+  std::size_t offset = 0;         ///< in the file, of the image block
+};
+
+/// The structure of a GIF file (CompuServe GIF89a), read without decoding a pixel.
+struct KLGIFFile {
+  int width = 0, height = 0;
+  std::size_t headLength = 0;  ///< bytes of header, screen descriptor and global palette
+  std::vector<KLGIFFrame> frames;
+};
+
+/// Reads the structure. A file that breaks off or goes wrong gives the frames that are whole. Nothing when there is none, or when
+/// the frames together go beyond the limits.
+std::optional<KLGIFFile> KLScanGIF(const KLBytes& data, const KLImageDecoder::Limits& limits);
+
+}  // namespace kaleo

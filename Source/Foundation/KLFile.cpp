@@ -1,0 +1,135 @@
+#include "Foundation/KLFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <string>
+
+namespace kaleo::KLFile {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr mode_t kOwnerOnlyFile = 0600;
+constexpr mode_t kOwnerOnlyDirectory = 0700;
+constexpr mode_t kDefaultFile = 0666;  // the process's mask takes its bits off
+constexpr mode_t kDefaultDirectory = 0777;
+constexpr int kTemporaryNameTries = 100;
+constexpr std::size_t kReadStep = 1u << 20;
+
+class Descriptor {
+ public:
+  explicit Descriptor(int fd) : fd_(fd) {}
+  ~Descriptor() { close(); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+
+  int get() const { return fd_; }
+  explicit operator bool() const { return fd_ >= 0; }
+  bool close() {
+    const int fd = std::exchange(fd_, -1);
+    return fd >= 0 && ::close(fd) == 0;
+  }
+
+ private:
+  int fd_;
+};
+
+/// The next `count` bytes at most; -1 on failure.
+ssize_t readSome(int fd, std::uint8_t* to, std::size_t count) {
+  ssize_t got = 0;
+  do {
+    got = ::read(fd, to, count);
+  } while (got < 0 && errno == EINTR);
+  return got;
+}
+
+bool writeAll(int fd, const KLBytes& bytes) {
+  for (std::size_t done = 0; done < bytes.size();) {
+    const ssize_t wrote = ::write(fd, bytes.data() + done, bytes.size() - done);
+    if (wrote < 0 && errno != EINTR) return false;
+    if (wrote > 0) done += static_cast<std::size_t>(wrote);
+  }
+  return true;
+}
+
+bool makeDirectories(const fs::path& directory, mode_t mode) {
+  std::error_code failure;
+  if (directory.empty() || fs::is_directory(directory, failure)) return true;
+  if (directory.has_relative_path() && !makeDirectories(directory.parent_path(), mode)) return false;
+  return ::mkdir(directory.c_str(), mode) == 0 || errno == EEXIST;
+}
+
+/// A new file in the directory of `path`, so that the renaming stays within one file system.
+int makeTemporary(const fs::path& path, mode_t mode, fs::path& temporary) {
+  static std::atomic<unsigned> counter = 0;
+  for (int i = 0; i < kTemporaryNameTries; ++i) {
+    temporary = path;
+    temporary += ".tmp-" + std::to_string(::getpid()) + "-" + std::to_string(++counter);
+    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd >= 0 || errno != EEXIST) return fd;
+  }
+  return -1;
+}
+
+/// Makes a renaming in `directory` last. A file system that cannot do it is no reason to fail: the file is whole either way.
+void synchronizeDirectory(const fs::path& directory) {
+  const Descriptor opened(::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (opened) ::fsync(opened.get());
+}
+
+bool fill(Descriptor& file, const KLBytes& bytes) {
+  const bool whole = writeAll(file.get(), bytes) && ::fsync(file.get()) == 0;
+  return file.close() && whole;
+}
+
+}  // namespace
+
+std::optional<KLBytes> read(const fs::path& path, std::size_t maxBytes) {
+  // Without O_NONBLOCK the opening of a pipe would wait for a writer.
+  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  struct stat status {};
+  if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  if (static_cast<std::size_t>(status.st_size) > maxBytes) return std::nullopt;
+  KLBytes bytes(static_cast<std::size_t>(status.st_size) + 1);  // one more, to see the end
+  std::size_t length = 0;
+  for (ssize_t got = -1; got != 0;) {
+    if (length > maxBytes) return std::nullopt;
+    if (length == bytes.size()) bytes.resize(length + kReadStep);  // it grew meanwhile
+    got = readSome(file.get(), bytes.data() + length, bytes.size() - length);
+    if (got < 0) return std::nullopt;
+    length += static_cast<std::size_t>(got);
+  }
+  bytes.resize(length);
+  return bytes;
+}
+
+bool writeAtomically(const fs::path& path, const KLBytes& bytes, Access access) {
+  const bool ownerOnly = access == Access::OwnerOnly;
+  if (!makeDirectories(path.parent_path(), ownerOnly ? kOwnerOnlyDirectory : kDefaultDirectory)) return false;
+  fs::path temporary;
+  Descriptor file(makeTemporary(path, ownerOnly ? kOwnerOnlyFile : kDefaultFile, temporary));
+  if (!file) return false;
+  if (!fill(file, bytes) || ::rename(temporary.c_str(), path.c_str()) != 0) {
+    ::unlink(temporary.c_str());
+    return false;
+  }
+  synchronizeDirectory(path.parent_path());
+  return true;
+}
+
+bool exists(const fs::path& path) {
+  std::error_code failure;
+  return fs::exists(path, failure);
+}
+
+bool remove(const fs::path& path) {
+  std::error_code failure;
+  return fs::remove(path, failure);
+}
+
+}  // namespace kaleo::KLFile

@@ -19,9 +19,11 @@ namespace kaleo {
 /// place and writes a log line.
 class KALEO_API KLConfigOptions {
  public:
-  /// `apiBaseURL` is the popup server's base URL; request paths are joined to it. Refusals are logged through `host`
-  /// (default: the process-wide registry), which must outlive the options.
-  explicit KLConfigOptions(std::string apiBaseURL, KLHostRegistry* host = nullptr);
+  /// `apiBaseURL` is the popup server's base URL; request paths are joined to it. Refused values are logged through the host that
+  /// is registered with `Kaleo::host()`.
+  explicit KLConfigOptions(std::string apiBaseURL);
+  /// The same with a registry of one's own, which must outlive the options.
+  KLConfigOptions(std::string apiBaseURL, const KLHostRegistry& host);
   ~KLConfigOptions();
   KLConfigOptions(const KLConfigOptions&) = delete;
   KLConfigOptions& operator=(const KLConfigOptions&) = delete;
@@ -64,9 +66,9 @@ class KALEO_API KLConfigOptions {
   void setCampaignDelegate(std::weak_ptr<KLCampaignDelegate> delegate);
 
  private:
-  void refuse(const char* message) const;
+  void setText(std::optional<std::string>& field, const KLValue& value, const char* notAString, const char* empty);
 
-  KLHostRegistry* host_;
+  const KLHostRegistry& host_;
   mutable std::mutex mutex_;  ///< guards what follows, but the atomics
   std::string apiBaseURL_;
   std::optional<std::string> accessToken_, orgID_;

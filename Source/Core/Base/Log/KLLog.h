@@ -52,7 +52,7 @@ class KLLog {
 
  private:
   template <class... Args>
-  void write(KLLogLevel level, const std::source_location& where, fmt::format_string<Args...> text, Args&... args) const {
+  void write(KLLogLevel level, const std::source_location& where, fmt::string_view text, Args&... args) const {
     if (isEnabled()) send(level, where, fmt::vformat(text, fmt::make_format_args(args...)));
   }
   void send(KLLogLevel level, const std::source_location& where, std::string_view message) const;

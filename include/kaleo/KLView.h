@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kaleo/KLAttributedText.h"
@@ -53,7 +54,11 @@ class KALEO_API KLView {
   Kind kind() const { return kind_; }
   KLView* superview() const { return superview_; }
   const std::vector<std::unique_ptr<KLView>>& subviews() const { return subviews_; }
-  KLView& addSubview(std::unique_ptr<KLView> view);
+  KLView& addSubview(std::unique_ptr<KLView> view) { return insertSubview(std::move(view), subviews_.size()); }
+  /// Puts `view` (not null) at `index` among the subviews; behind the last one when there are fewer.
+  KLView& insertSubview(std::unique_ptr<KLView> view, std::size_t index);
+  /// Takes this view out of its superview and hands it over; null when it has none.
+  std::unique_ptr<KLView> removeFromSuperview();
 
   KLRect frame;
   std::optional<KLColor> backgroundColor;
@@ -87,7 +92,7 @@ class KALEO_API KLView {
   std::function<void()> onDisplayNeeded;
 
   /// The deepest view at `point` (in this view's own coordinates) that takes taps or scrolls; null when there is none. Later
-  /// subviews lie on top of earlier ones, and what a parent clips away cannot be hit.
+  /// subviews lie on top of earlier ones, and what a parent clips away cannot be hit. Transforms are left out.
   KLView* hitTest(KLPoint point);
   /// The frame in the root's coordinates, transforms left out.
   KLRect frameInRoot() const;

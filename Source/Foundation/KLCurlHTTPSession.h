@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <thread>
 
 #include "kaleo/KLHTTPSession.h"
 
@@ -19,6 +20,7 @@ class KLCurlHTTPSession final : public KLHTTPSession {
  private:
   class Loop;
   std::shared_ptr<Loop> loop_;
+  std::thread thread_;
 };
 
 }  // namespace kaleo

@@ -4,17 +4,35 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "Core/Base/Log/KLLog.h"
+#include "Core/Model/KLCoercions.h"
+#include "Core/Model/KLFieldTable.h"
 #include "Core/Model/KLPopupPlanModel.h"
 
 namespace kaleo {
 
+/// The plans of a configuration; what is no object is left out.
+struct KLPlanList {
+  using Plans = std::vector<std::shared_ptr<const KLPopupPlanModel>>;
+  static void parse(const KLValue* json, Plans& member, KLParseContext& context);
+  static void decode(const KLValue& archived, Plans& member);
+  static std::optional<KLValue> encode(const Plans& member);
+};
+
+template <>
+struct KLCoercion<std::optional<KaleoUser>> {
+  static void parse(const KLValue* json, std::optional<KaleoUser>& member, KLParseContext& context);
+  static void decode(const KLValue& archived, std::optional<KaleoUser>& member);
+  static std::optional<KLValue> encode(const std::optional<KaleoUser>& member);
+};
+
 /// One answer of the configuration endpoint. Immutable once shared; `setUser` comes before that.
 class KLPopupConfig {
  public:
-  using Plans = std::vector<std::shared_ptr<const KLPopupPlanModel>>;
+  using Plans = KLPlanList::Plans;
 
   std::optional<std::string> minSdkVersionRequired;
   std::optional<std::string> serverCurrentTime;
@@ -40,7 +58,28 @@ class KLPopupConfig {
 
   /// Keyed archive of class "KLPopupConfig".
   KLBytes archivedData() const;
+  /// Null when `data` is no such archive.
   static std::shared_ptr<KLPopupConfig> fromArchivedData(const KLBytes& data);
+  KLValue encode() const;
+  /// Every plan gets the archived user.
+  static std::shared_ptr<KLPopupConfig> decode(const KLValue& archive);
+
+  static constexpr auto fields();
 };
+
+constexpr auto KLPopupConfig::fields() {
+  using C = KLPopupConfig;
+  return std::tuple{
+      KLFieldOf(&C::minSdkVersionRequired, "min_sdk_version_required", "minSdkVersionRequired"),
+      KLFieldOf(&C::serverCurrentTime, "server_current_time", "serverCurrentTime"),
+      KLFieldOf(&C::fetchPlansInterval, "config_pull_interval_ms", "fetchPlansInterval"),
+      KLFieldOf(&C::globalLimitModel, "msg_limit_global", "globalLimitModel"),
+      KLFieldOf(&C::globalIntervalModel, "popup_interval_global", "globalIntervalModel"),
+      KLFieldAs<KLPlanList>(&C::popupPlanModels, "popup_plans", "popupPlanModels"),
+      KLArchivedField(&C::user, "user"),
+      KLFieldOf(&C::userId, "user_id", "userId"),
+      KLFieldOf(&C::diagnosticCondition, "diagnose_config", ""),
+  };
+}
 
 }  // namespace kaleo

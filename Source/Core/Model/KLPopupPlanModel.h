@@ -4,9 +4,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
+#include "Core/Model/KLCoercions.h"
 #include "Core/Model/KLEventPermissionFilter.h"
+#include "Core/Model/KLFieldTable.h"
 #include "Core/Model/KLPlanPattern.h"
 #include "Core/Model/KLPlanTimeModel.h"
 #include "Core/Model/KLRepeatDisplay.h"
@@ -53,15 +56,49 @@ class KLPopupPlanModel {
   bool isActive() const;
 
   static std::shared_ptr<KLPopupPlanModel> fromResponseData(const KLValue* data);
+  static std::shared_ptr<KLPopupPlanModel> fromResponseData(const KLValue* data, KLParseContext& context);
+  /// One model for each object of an array, in order; what is no array gives an empty list.
   static std::vector<std::shared_ptr<KLPopupPlanModel>> plansFromResponseData(const KLValue* data);
+  static std::vector<std::shared_ptr<KLPopupPlanModel>> plansFromResponseData(const KLValue* data, KLParseContext& context);
   KLValue encode() const;
   static std::shared_ptr<KLPopupPlanModel> decode(const KLValue& archive);
+  friend bool operator==(const KLPopupPlanModel& left, const KLPopupPlanModel& right);
 
- private:
+  static constexpr auto fields();
   void compile();  ///< derives planKey_ and the like after parsing
 
+ private:
   std::string planKey_ = "0";
   double expireAtMilliseconds_ = 0;
 };
+
+constexpr auto KLPopupPlanModel::fields() {
+  using M = KLPopupPlanModel;
+  return std::tuple{
+      KLFieldOf(&M::planID, "plan_id", "planID"),
+      KLFieldOf(&M::isAudience, "is_audience", "isAudience"),
+      KLFieldOf(&M::isControlGroup, "is_control_group", "isControlGroup"),
+      KLFieldOf(&M::audienceID, "audience_id", "audienceID"),
+      KLFieldOf(&M::status, "status", "status"),
+      KLFieldOf(&M::cname, "cname", "cname"),
+      KLArchivedField(&M::platform, "platform"),
+      KLFieldAs<KLObjectOrEmpty>(&M::popupWindowContent, "popup_window_content", "popupWindowContent"),
+      KLFieldOf(&M::absolutePriority, "absolute_priority", "absolutePriority"),
+      KLFieldOf(&M::lastUpdateConfigTime, "last_update_config_time", "lastUpdateConfigTime"),
+      KLFieldOf(&M::expireAt, "expire_at", "expireAt"),
+      KLFieldOf(&M::reEnter, "re_enter", "reEnter"),
+      KLFieldOf(&M::globalMsgLimitEnabled, "global_msg_limit_enabled", "globalMsgLimitEnabled"),
+      KLFieldOf(&M::pageFilter, "page_filter", "pageFilter"),
+      KLFieldOf(&M::popupInterval, "popup_interval", "popupInterval"),
+      KLFieldAs<KLBuiltWhen<KLIsFilledObject>>(&M::convertWindow, "convert_window", "convertWindow"),
+      KLFieldOf(&M::patternPopup, "pattern_popup", "patternPopup"),
+      KLFieldAs<KLObjectOrNothing>(&M::windowUpdate, "window_update", "windowUpdate"),
+      KLFieldOf(&M::strategyID, "strategy_id", "strategyID"),
+      KLFieldOf(&M::isTrigger, "is_trigger", "isTrigger"),
+      KLFieldOf(&M::sectionID, "section_id", "sectionID"),
+      KLFieldOf(&M::permissionFilter, "event_permission", "permissionFilter"),
+      KLFieldAs<KLBuiltWhen<KLIsObject>>(&M::repeatDisplay, "display_time_config", "repeatDisplay"),
+  };
+}
 
 }  // namespace kaleo

@@ -1,0 +1,20 @@
+#include "Core/Model/KLFieldTable.h"
+
+#include <algorithm>
+
+#include "Core/Base/Log/KLLog.h"
+
+namespace kaleo {
+
+std::size_t KLParseContext::admit(std::size_t count, std::size_t limit) {
+  const std::size_t admitted = std::min({count, limit, objectsLeft});
+  objectsLeft -= admitted;
+  if (admitted < count && log) log->error("A list of the popup config has {} entries, only {} are read", count, admitted);
+  return admitted;
+}
+
+void KLParseContext::reportNesting() const {
+  if (log) log->error("Event permission filters are nested more than {} deep, no event is admitted there", kMaxFilterNesting);
+}
+
+}  // namespace kaleo

@@ -16,11 +16,13 @@ enum class KLWeekday { Sunday = 1, Monday = 2, Tuesday, Wednesday, Thursday, Fri
 
 /// A Gregorian calendar in one time zone, with one first day of the week. Instants are seconds since 1970.
 ///
-/// Amounts beyond some thousands of years are clamped, so that no result is infinite.
-/// Threads: any; a calendar locks its own state.
+/// Amounts beyond some thousands of years are clamped, so that no result is infinite. An instant that is not finite or lies
+/// hundreds of thousands of years away comes back as it is. A wall-clock time that daylight saving skips is moved on by what is
+/// skipped; of one that comes twice the first is meant, so that a day begins at its first instant. Threads: any; a calendar locks
+/// its own state.
 class KLCalendar {
  public:
-  /// `timeZone` is an IANA name; empty: the machine's zone, looked up anew by `refreshTimeZone`.
+  /// `timeZone` is an IANA name (an unknown one gives UTC); empty: the machine's zone, looked up anew by `refreshTimeZone`.
   KLCalendar(const std::string& timeZone, KLWeekday firstWeekday);
   ~KLCalendar();
   KLCalendar(const KLCalendar&) = delete;
@@ -28,6 +30,9 @@ class KLCalendar {
 
   /// Whether `timeZone` is the name of a zone that is known here.
   static bool isKnownTimeZone(const std::string& timeZone);
+
+  /// Takes the machine's zone as it is now; nothing for a calendar made with a name.
+  void refreshTimeZone();
 
   /// Months first, then weeks and days on the wall clock, then hours, minutes and seconds as absolute time.
   double addingComponents(double instant, const KLDateComponents& components) const;

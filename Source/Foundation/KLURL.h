@@ -8,22 +8,23 @@
 
 namespace kaleo {
 
-/// An absolute URL (RFC 3986), parsed once.
+/// An absolute URL (RFC 3986), parsed once. Threads: any.
 class KLURL {
  public:
-  /// Nothing when `text` is no absolute URL.
+  /// Nothing when `text` is no absolute URL: it has no scheme, holds blanks or control characters, or has no proper host where one
+  /// is given or where the scheme (http, https) needs one.
   static std::optional<KLURL> parse(std::string_view text);
 
   const std::string& absoluteString() const { return text_; }
-  const std::string& scheme() const { return scheme_; }  ///< lower case
-  const std::string& host() const { return host_; }
+  const std::string& scheme() const { return scheme_; }               ///< lower case
+  const std::string& host() const { return host_; }                   ///< without user and port; empty when there is none
   const std::string& path() const { return path_; }                   ///< still percent-encoded
   const std::optional<std::string>& query() const { return query_; }  ///< still percent-encoded
 
   /// The query's items, percent-decoded, in order; an item without "=" has no value.
   std::vector<std::pair<std::string, std::optional<std::string>>> queryItems() const;
 
-  /// This URL with `path` (segments joined by "/", percent-encoded where they need it) added to its path with exactly one "/"
+  /// This URL with `path` (segments joined by "/", not yet percent-encoded) added to its path with exactly one "/"
   /// between; the query is kept. "." and ".." segments are encoded away, so that the result never lies above this URL.
   KLURL appendingPath(std::string_view path) const;
   /// The same with one segment: a "/" in it is encoded.
@@ -33,6 +34,8 @@ class KLURL {
 
  private:
   KLURL() = default;
+  KLURL appendingEncoded(std::string_view path) const;
+
   std::string text_, scheme_, host_, path_;
   std::optional<std::string> query_;
 };

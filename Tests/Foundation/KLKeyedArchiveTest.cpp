@@ -7,6 +7,8 @@
 #include <random>
 #include <string>
 
+#include "Foundation/KLCBORReader.h"
+
 namespace kaleo {
 namespace {
 
@@ -106,7 +108,10 @@ TEST(KLKeyedArchive, CountsAndDepthsThatLieAreRefused) {
   EXPECT_TRUE(read(std::string(KLKeyedArchive::kMaxDepth - 2, '\x81') + '\x80'));
   EXPECT_EQ(read(std::string(KLKeyedArchive::kMaxDepth - 1, '\x81') + '\x80'), std::nullopt);
   EXPECT_EQ(read(std::string(1'000'000, '\x81')), std::nullopt);
-  EXPECT_EQ(read("\x9A\x00\x40\x00\x00"s + std::string(KLKeyedArchive::kMaxItems, '\x01')), std::nullopt);
+  const KLBytes threeItems{0x82, 0x01, 0x02};
+  EXPECT_TRUE(KLCBORReader(1, 3).read(threeItems));
+  EXPECT_FALSE(KLCBORReader(1, 2).read(threeItems));
+  EXPECT_FALSE(KLCBORReader(0, 3).read(threeItems));
 }
 
 TEST(KLKeyedArchive, WritesNothingThatItWouldNotRead) {

@@ -112,6 +112,15 @@ TEST(Description, OfEveryKind) {
   EXPECT_EQ(quillon_description(KLObject{{"a", KLValue::Array{1, "b"}}}), R"({"a":[1,"b"]})");
 }
 
+TEST(QueryValue, FirstItemOfTheName) {
+  EXPECT_EQ(quillon_queryValueForParameter("app://host?a=1&b=%20x&a=2", "a"), "1");
+  EXPECT_EQ(quillon_queryValueForParameter("app://host?a=1&b=%20x", "b"), " x");
+  EXPECT_EQ(quillon_queryValueForParameter("app://host?a=1", "A"), std::nullopt);
+  EXPECT_EQ(quillon_queryValueForParameter("app://host?a&a=1", "a"), std::nullopt);
+  EXPECT_EQ(quillon_queryValueForParameter("app://host", "a"), std::nullopt);
+  EXPECT_EQ(quillon_queryValueForParameter("no url?a=1", "a"), std::nullopt);
+}
+
 TEST(CompareVersion, PartByPart) {
   EXPECT_EQ(quillon_compareVersion("0.7.3", "0.10"), -1);
   EXPECT_EQ(quillon_compareVersion("0.10", "0.7.3"), 1);

@@ -1,0 +1,100 @@
+#include "Core/DataStore/KLAESCrypt.h"
+
+#include <algorithm>
+
+#include "Foundation/KLFile.h"
+#include "Foundation/KLKeyedArchive.h"
+#include "Foundation/KLUTF8.h"
+
+namespace kaleo {
+
+namespace {
+
+constexpr const char* kInfoClass = "KLAESCryptInfo";
+constexpr const char* kFileClass = "KLAESCryptFile";
+constexpr std::size_t kMaxKeyFileBytes = 64 << 10;  // ours has some 200
+
+KLBytes bytesOf(std::string_view text) { return KLBytes(text.begin(), text.end()); }
+
+std::string_view textOf(const KLBytes& bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
+KLBytes member(const std::optional<KLValue>& info, std::string_view name, std::size_t length) {
+  const KLValue* value = info ? info->find(name) : nullptr;
+  return value && value->asBytes().size() == length ? value->asBytes() : KLBytes();
+}
+
+}  // namespace
+
+void KLAESCrypt::setKeyFile(std::filesystem::path path) {
+  keyFile_ = std::move(path);
+  setupKeyAndIV();
+}
+
+void KLAESCrypt::setupKeyAndIV() {
+  const auto info = loadEncryptInfo(keyFile_);
+  key_ = member(info, "key", kKeyLength);
+  iv_ = member(info, "iv", kIVLength);
+  const bool complete = !key_.empty() && !iv_.empty();
+  if (key_.empty()) key_ = randomKey();
+  if (iv_.empty()) iv_ = randomIV();
+  cipher_.emplace(key_, iv_);
+  if (!complete) saveEncryptInfo(KLObject{{"key", key_}, {"iv", iv_}}, keyFile_);
+}
+
+std::optional<KLValue> KLAESCrypt::loadEncryptInfo(const std::filesystem::path& path) const {
+  const auto file = KLFile::read(path, kMaxKeyFileBytes);
+  const auto outer = file ? KLKeyedArchive::unarchive(*file, kFileClass) : std::nullopt;
+  const auto inner = outer ? KLBase64Decode(textOf(outer->asBytes())) : std::nullopt;
+  return inner ? KLKeyedArchive::unarchive(*inner, kInfoClass) : std::nullopt;
+}
+
+void KLAESCrypt::saveEncryptInfo(const KLValue& info, const std::filesystem::path& path) const {
+  const std::string base64 = KLBase64Encode(KLKeyedArchive::archive(kInfoClass, info));
+  // Without the file this run works all the same, and the next one makes a new key.
+  KLFile::writeAtomically(path, KLKeyedArchive::archive(kFileClass, bytesOf(base64)), KLFile::Access::OwnerOnly);
+}
+
+KLBytes KLAESCrypt::randomKey() const {
+  KLBytes key(kKeyLength);
+  std::generate(key.begin(), key.end(), [this] {
+    return static_cast<std::uint8_t>(kKeyAlphabet[random_.below(static_cast<std::uint32_t>(kKeyAlphabet.size()))]);
+  });
+  return key;
+}
+
+KLBytes KLAESCrypt::randomIV() const { return random_.bytes(kIVLength); }
+
+std::optional<KLBytes> KLAESCrypt::encryptData(const KLBytes& plain) const {
+  const auto base64 = encrypt(plain);
+  return base64 ? std::optional(bytesOf(*base64)) : std::nullopt;
+}
+
+std::optional<KLBytes> KLAESCrypt::decryptData(const KLBytes& base64) const { return decrypt(textOf(base64)); }
+
+std::optional<std::string> KLAESCrypt::encryptString(const std::string& plain) const { return encrypt(bytesOf(plain)); }
+
+std::optional<std::string> KLAESCrypt::decryptString(const std::string& base64) const {
+  const auto plain = decrypt(base64);
+  if (!plain || KLUTF8ErrorOffset(textOf(*plain)) != plain->size()) return std::nullopt;
+  return std::string(plain->begin(), plain->end());
+}
+
+std::optional<std::string> KLAESCrypt::encrypt(const KLBytes& plain) const {
+  if (plain.empty() || !cipher_) return std::nullopt;
+  const auto encrypted = cipher_->encrypt(plain);
+  if (!encrypted) return std::nullopt;
+  KLBytes whole = iv_;
+  whole.insert(whole.end(), encrypted->begin(), encrypted->end());
+  return KLBase64Encode(whole);
+}
+
+std::optional<KLBytes> KLAESCrypt::decrypt(std::string_view base64) const {
+  if (base64.empty() || !cipher_) return std::nullopt;
+  const auto whole = KLBase64Decode(base64);
+  if (!whole || whole->size() <= kIVLength) return std::nullopt;
+  auto plain = cipher_->decrypt(whole->data() + kIVLength, whole->size() - kIVLength, whole->data());
+  if (plain && plain->empty()) return std::nullopt;
+  return plain;
+}
+
+}  // namespace kaleo

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "Foundation/KLCipher.h"
+#include "kaleo/KLClock.h"
+#include "kaleo/KLValue.h"
+
+namespace kaleo {
+
+/// Encrypts what goes into the database: AES-128-CBC under the one key and initialisation vector of this installation. Equal input
+/// gives equal output, so that an encrypted id is found again by equality.
+///
+/// An encrypted value is the base64 text of the vector followed by the cipher text. Nothing comes out for empty input, without a
+/// key, and for what was not encrypted under this key.
+///
+/// Key file: a keyed archive {"key", "iv"}, in base64, archived again; readable by its owner alone and replaced in one step.
+/// Threads: one at a time. Lifetime: borrows the random source.
+class KLAESCrypt {
+ public:
+  static constexpr std::size_t kKeyLength = 16;
+  static constexpr std::size_t kIVLength = 16;
+  /// The characters that keys are made of.
+  static constexpr std::string_view kKeyAlphabet =
+      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!#$%&()*+,-./:;<=>?@[]^_{}|~";
+
+  explicit KLAESCrypt(KLRandom& random) : random_(random) {}
+
+  /// Takes key and vector from the file. What is missing or has another length is made anew and the file rewritten: after a loss
+  /// of the file earlier values can no longer be read. Touches the disk.
+  void setKeyFile(std::filesystem::path path);
+  const KLBytes& key() const { return key_; }
+  const KLBytes& iv() const { return iv_; }
+
+  std::optional<KLBytes> encryptData(const KLBytes& plain) const;
+  std::optional<KLBytes> decryptData(const KLBytes& base64) const;
+  std::optional<std::string> encryptString(const std::string& plain) const;
+  std::optional<std::string> decryptString(const std::string& base64) const;
+
+ private:
+  void setupKeyAndIV();
+  std::optional<KLValue> loadEncryptInfo(const std::filesystem::path& path) const;
+  void saveEncryptInfo(const KLValue& info, const std::filesystem::path& path) const;
+  KLBytes randomKey() const;
+  KLBytes randomIV() const;
+  std::optional<std::string> encrypt(const KLBytes& plain) const;
+  std::optional<KLBytes> decrypt(std::string_view base64) const;
+
+  KLRandom& random_;
+  std::filesystem::path keyFile_;
+  KLBytes key_;
+  KLBytes iv_;
+  std::optional<KLAESCBC> cipher_;
+};
+
+}  // namespace kaleo

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Core/Model/KLEventName.h"
 #include "Core/Model/KLTextComparison.h"
 #include "Core/Utils/KLJSONSerialization.h"
 
@@ -10,12 +11,6 @@ namespace {
 
 constexpr std::string_view kEventDuration = "$event_duration";
 constexpr std::string_view kPlainEventDuration = "event_duration";
-
-bool isNamed(const KLValue& event, const std::optional<std::string>& eventName) {
-  const KLValue* name = event.find("event");
-  if (!name || !eventName) return false;
-  return name->isString() ? name->asString() == *eventName : quillon_stringValue(name) == eventName;
-}
 
 }  // namespace
 
@@ -57,7 +52,8 @@ void KLPlanPopupMatcher::compile() {
 }
 
 bool KLPlanPopupMatcher::isMatchedEvent(const KLValue& event, const KLCalendar& calendar) const {
-  return isNamed(event, eventName) && (!filter || filter->matchWithEvent(event, calendar));
+  const KLEventName name(event);
+  return name.isPresent() && eventName == name.text() && (!filter || filter->matchWithEvent(event, calendar));
 }
 
 }  // namespace kaleo

@@ -50,14 +50,6 @@ KLDateComponents clockComponents(KLTimeUnit unit, std::int64_t amount) {
   }
 }
 
-// Matcher indexes are written in decimal without padding; nothing else comes back.
-std::optional<std::size_t> matcherIndex(const std::string& key) {
-  std::size_t index = 0;
-  const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), index);
-  const bool isIndex = error == std::errc{} && end == key.data() + key.size() && index < KLParseContext::kMaxListLength;
-  return isIndex && std::to_string(index) == key ? std::optional(index) : std::nullopt;
-}
-
 }  // namespace
 
 void KLPlanAbstractWindow::compile() {
@@ -129,6 +121,13 @@ KLDateComponents KLPlanWindow::naturalComponentsWithWindowType(KLWindowType wind
   return periodComponents(timeModel.timeUnit(), windowType == KLWindowType::Backward ? 1 - units : units);
 }
 
+std::optional<std::size_t> KLMatcherIndex(std::string_view key) {
+  std::size_t index = 0;
+  const auto [end, error] = std::from_chars(key.data(), key.data() + key.size(), index);
+  const bool isIndex = error == std::errc{} && end == key.data() + key.size() && index < KLParseContext::kMaxListLength;
+  return isIndex && std::to_string(index) == key ? std::optional(index) : std::nullopt;
+}
+
 KLBytes KLArchivedTriggerWindows(const KLTriggerWindows& windows) {
   KLObject object;
   object.reserve(windows.size());
@@ -141,7 +140,7 @@ std::optional<KLTriggerWindows> KLTriggerWindowsFromArchivedData(const KLBytes& 
   if (!root || !root->isObject()) return std::nullopt;
   KLTriggerWindows windows;
   for (const auto& [key, archived] : root->asObject()) {
-    const auto index = matcherIndex(key);
+    const auto index = KLMatcherIndex(key);
     if (index && archived.isObject()) windows.emplace(*index, KLPopupTriggerWindow::decode(archived));
   }
   return windows;

@@ -4,6 +4,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <tuple>
 
 #include "Core/Base/Log/KLLog.h"
@@ -131,6 +132,8 @@ class KLPopupTriggerWindow : public KLPlanWindow, public KLArchivable<KLPopupTri
 
 /// The trigger windows of a plan, by matcher index. Archived as one object of class "KLTriggerWindows", index text to window.
 using KLTriggerWindows = std::map<std::size_t, KLPopupTriggerWindow>;
+/// The index that `key` is in decimal without padding; nothing for another text, or an index that no plan has.
+std::optional<std::size_t> KLMatcherIndex(std::string_view key);
 KLBytes KLArchivedTriggerWindows(const KLTriggerWindows& windows);
 /// Nothing when `data` is no such archive. Keys that are no index of a matcher are left out.
 std::optional<KLTriggerWindows> KLTriggerWindowsFromArchivedData(const KLBytes& data);

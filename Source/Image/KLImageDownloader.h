@@ -33,8 +33,11 @@ class KLImageDownloader {
   using Completion = std::function<void(std::shared_ptr<const KLImage> image, std::optional<KLError> error)>;
 
   explicit KLImageDownloader(KLImageDownloaderSurroundings surroundings);
-  /// Completions of downloads under way may still come, and touch nothing of the downloader.
+  /// Gives up the downloads under way: their completions do not run, unless they are already on the main queue. Waits for a
+  /// decoding that is running.
   ~KLImageDownloader();
+  KLImageDownloader(const KLImageDownloader&) = delete;
+  KLImageDownloader& operator=(const KLImageDownloader&) = delete;
 
   /// `start` runs when an exchange begins (not for a hit in the cache, not for a caller who joins one). Either may be empty.
   /// No URL: error 1000.
@@ -42,7 +45,7 @@ class KLImageDownloader {
 
  private:
   struct State;
-  std::shared_ptr<State> state_;
+  std::unique_ptr<State> state_;
 };
 
 }  // namespace kaleo

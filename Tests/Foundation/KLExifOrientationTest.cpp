@@ -15,7 +15,7 @@ TEST(KLExifOrientation, TurnsEachOfTheEightWays) {
   const std::vector<std::string> upright{"RGB/KBR",  "BGR/RBK",  "RBK/BGR",  "KBR/RGB",
                                          "RK/GB/BR", "KR/BG/RB", "RB/BG/KR", "BR/GB/RK"};
   for (int value = 1; value <= 8; ++value) {
-    EXPECT_EQ(test::pixelText(KLTurnUpright(stored(), static_cast<KLExifOrientation>(value))), upright[value - 1u]) << value;
+    EXPECT_EQ(testing::pixelText(KLTurnUpright(stored(), static_cast<KLExifOrientation>(value))), upright[value - 1u]) << value;
   }
 }
 

@@ -11,8 +11,8 @@
 namespace kaleo {
 namespace {
 
-using test::GIFFrameSketch;
-using test::makeGIF;
+using testing::GIFFrameSketch;
+using testing::makeGIF;
 using ::testing::ElementsAre;
 using ::testing::Optional;
 
@@ -22,7 +22,7 @@ std::vector<std::string> framesOf(const KLBytes& gif) {
   const auto image = KLImageDecoder::decode(gif);
   if (!image) return {"no picture"};
   std::vector<std::string> texts;
-  for (std::size_t i = 0; i < image->frameCount(); ++i) texts.push_back(test::pixelText(*image->frame(i)));
+  for (std::size_t i = 0; i < image->frameCount(); ++i) texts.push_back(testing::pixelText(*image->frame(i)));
   return texts;
 }
 
@@ -124,7 +124,7 @@ TEST(KLGIFImage, ShowsTheSameFramesInAnyOrderAndFromManyThreads) {
   ASSERT_EQ(image->frameCount(), 40u);
   const auto play = [&](std::size_t start, std::size_t step) {
     for (std::size_t turn = 0, i = start; turn < 120; ++turn, i = (i + step) % 40) {
-      ASSERT_EQ(test::pixelText(*image->frame(i)), expected[i]) << i;
+      ASSERT_EQ(testing::pixelText(*image->frame(i)), expected[i]) << i;
     }
   };
   std::vector<std::thread> threads;

@@ -55,39 +55,39 @@ TEST(KLImageDecoder, TellsFormatsByTheFirstByte) {
 
 TEST(KLImageDecoder, PremultipliesPNGColoursWithAlpha) {
   const auto png =
-      test::makePNG(pngHeader(3, 1, 8, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA), {255, 128, 0, 255, 255, 128, 0, 128, 255, 128, 0, 0});
+      testing::makePNG(pngHeader(3, 1, 8, SPNG_COLOR_TYPE_TRUECOLOR_ALPHA), {255, 128, 0, 255, 255, 128, 0, 128, 255, 128, 0, 0});
   EXPECT_THAT(pixelsOf(png), ElementsAre(255, 128, 0, 255, 128, 64, 0, 128, 0, 0, 0, 0));
 }
 
 TEST(KLImageDecoder, ReadsEveryKindOfPNG) {
-  EXPECT_THAT(pixelsOf(test::makePNG(pngHeader(2, 1, 8, SPNG_COLOR_TYPE_TRUECOLOR), {1, 2, 3, 4, 5, 6})),
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(2, 1, 8, SPNG_COLOR_TYPE_TRUECOLOR), {1, 2, 3, 4, 5, 6})),
               ElementsAre(1, 2, 3, 255, 4, 5, 6, 255));
-  EXPECT_THAT(pixelsOf(test::makePNG(pngHeader(8, 1, 1, SPNG_COLOR_TYPE_GRAYSCALE), {0b10000000})).at(0), 255);
-  EXPECT_THAT(pixelsOf(test::makePNG(pngHeader(1, 1, 8, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA), {200, 51})), ElementsAre(40, 40, 40, 51));
-  EXPECT_THAT(pixelsOf(test::makePNG(pngHeader(1, 1, 16, SPNG_COLOR_TYPE_TRUECOLOR), {0, 0xFF, 0, 0x80, 0, 0})),
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(8, 1, 1, SPNG_COLOR_TYPE_GRAYSCALE), {0b10000000})).at(0), 255);
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(1, 1, 8, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA), {200, 51})), ElementsAre(40, 40, 40, 51));
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(1, 1, 16, SPNG_COLOR_TYPE_TRUECOLOR), {0, 0xFF, 0, 0x80, 0, 0})),
               ElementsAre(0xFF, 0x80, 0, 255));
 
   spng_plte palette{2, {{10, 20, 30, 0}, {40, 50, 60, 0}}};
   spng_trns transparency{};
   transparency.n_type3_entries = 1;
-  EXPECT_THAT(pixelsOf(test::makePNG(pngHeader(2, 1, 8, SPNG_COLOR_TYPE_INDEXED), {0, 1}, &palette, &transparency)),
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(2, 1, 8, SPNG_COLOR_TYPE_INDEXED), {0, 1}, &palette, &transparency)),
               ElementsAre(0, 0, 0, 0, 40, 50, 60, 255));
 
   Samples ramp(9 * 9);
   for (std::size_t i = 0; i < ramp.size(); ++i) ramp[i] = static_cast<std::uint8_t>(i);
-  EXPECT_EQ(pixelsOf(test::makePNG(pngHeader(9, 9, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), ramp)),
-            pixelsOf(test::makePNG(pngHeader(9, 9, 8, SPNG_COLOR_TYPE_GRAYSCALE), ramp)));
+  EXPECT_EQ(pixelsOf(testing::makePNG(pngHeader(9, 9, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), ramp)),
+            pixelsOf(testing::makePNG(pngHeader(9, 9, 8, SPNG_COLOR_TYPE_GRAYSCALE), ramp)));
 }
 
 TEST(KLImageDecoder, BringsEveryKindOfJPEGToRGB) {
-  EXPECT_THAT(pixelsOf(test::makeJPEG(8, 8, 3, solid(64, {200, 100, 50}))), About(Samples{200, 100, 50, 255}));
-  EXPECT_THAT(pixelsOf(test::makeJPEG(8, 8, 1, solid(64, {77}))), About(Samples{77, 77, 77, 255}));
-  EXPECT_THAT(pixelsOf(test::makeJPEG(8, 8, 4, solid(64, {255, 128, 0, 255}))), About(Samples{255, 128, 0, 255}));
-  EXPECT_THAT(pixelsOf(test::makeJPEG(8, 8, 4, solid(64, {255, 128, 0, 128}))), About(Samples{128, 64, 0, 255}));
+  EXPECT_THAT(pixelsOf(testing::makeJPEG(8, 8, 3, solid(64, {200, 100, 50}))), About(Samples{200, 100, 50, 255}));
+  EXPECT_THAT(pixelsOf(testing::makeJPEG(8, 8, 1, solid(64, {77}))), About(Samples{77, 77, 77, 255}));
+  EXPECT_THAT(pixelsOf(testing::makeJPEG(8, 8, 4, solid(64, {255, 128, 0, 255}))), About(Samples{255, 128, 0, 255}));
+  EXPECT_THAT(pixelsOf(testing::makeJPEG(8, 8, 4, solid(64, {255, 128, 0, 128}))), About(Samples{128, 64, 0, 255}));
 }
 
 TEST(KLImageDecoder, StillPicturesHaveOneFrameThatStandsForEver) {
-  const auto image = decode(test::makePNG(pngHeader(3, 2, 8, SPNG_COLOR_TYPE_GRAYSCALE), Samples(6)));
+  const auto image = decode(testing::makePNG(pngHeader(3, 2, 8, SPNG_COLOR_TYPE_GRAYSCALE), Samples(6)));
   ASSERT_TRUE(image);
   EXPECT_EQ(image->pixelWidth(), 3);
   EXPECT_EQ(image->pixelHeight(), 2);
@@ -103,7 +103,7 @@ TEST(KLImageDecoder, TurnsPhotographsUpright) {
     halves.insert(halves.end(), colour.begin(), colour.end());
   }
   const KLBytes rightTop{'E', 'x', 'i', 'f', 0, 0, 'M', 'M', 0, 42, 0, 0, 0, 8, 0, 1, 0x01, 0x12, 0, 3, 0, 0, 0, 1, 0, 6, 0, 0};
-  const auto image = decode(test::makeJPEG(16, 8, 3, halves, rightTop));
+  const auto image = decode(testing::makeJPEG(16, 8, 3, halves, rightTop));
   ASSERT_TRUE(image);
   EXPECT_EQ(image->pixelWidth(), 8);
   EXPECT_EQ(image->pixelHeight(), 16);
@@ -112,13 +112,13 @@ TEST(KLImageDecoder, TurnsPhotographsUpright) {
 }
 
 TEST(KLImageDecoder, RefusesWhatTheHeaderDeclaresTooLarge) {
-  const auto png = test::makePNG(pngHeader(4, 4, 8, SPNG_COLOR_TYPE_GRAYSCALE), Samples(16));
+  const auto png = testing::makePNG(pngHeader(4, 4, 8, SPNG_COLOR_TYPE_GRAYSCALE), Samples(16));
   EXPECT_FALSE(decode(png, {.maxPixels = 15}));
   EXPECT_FALSE(decode(png, {.maxTotalBytes = 63}));
   EXPECT_FALSE(decode(png, {.maxBytes = png.size() - 1}));
   EXPECT_TRUE(decode(png, {.maxBytes = png.size(), .maxPixels = 16, .maxTotalBytes = 64}));
 
-  auto jpeg = test::makeJPEG(8, 8, 3, Samples(8 * 8 * 3));
+  auto jpeg = testing::makeJPEG(8, 8, 3, Samples(8 * 8 * 3));
   const KLBytes size{0xFF, 0xC0, 0, 17, 8};
   const auto header = std::search(jpeg.begin(), jpeg.end(), size.begin(), size.end());
   ASSERT_NE(header, jpeg.end());
@@ -129,9 +129,9 @@ TEST(KLImageDecoder, RefusesWhatTheHeaderDeclaresTooLarge) {
 /// One picture of each format, small enough to break at every byte.
 std::vector<KLBytes> samplesOfAllFormats() {
   return {
-      test::makePNG(pngHeader(5, 5, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), solid(25, {90})),
-      test::makeJPEG(9, 9, 3, solid(81, {10, 200, 30})), test::makeJPEG(9, 9, 4, solid(81, {10, 200, 30, 99})),
-      test::makeGIF(4, 4, {{.width = 4, .height = 4, .indices = Samples(16, 2)}, {.left = 2, .width = 3, .indices = {1, 2, 3}}})};
+      testing::makePNG(pngHeader(5, 5, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), solid(25, {90})),
+      testing::makeJPEG(9, 9, 3, solid(81, {10, 200, 30})), testing::makeJPEG(9, 9, 4, solid(81, {10, 200, 30, 99})),
+      testing::makeGIF(4, 4, {{.width = 4, .height = 4, .indices = Samples(16, 2)}, {.left = 2, .width = 3, .indices = {1, 2, 3}}})};
 }
 
 void playThrough(const std::shared_ptr<const KLImage>& image) {

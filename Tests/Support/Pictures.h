@@ -13,7 +13,7 @@
 
 #include "kaleo/KLValue.h"
 
-namespace kaleo::test {
+namespace kaleo::testing {
 
 /// Pictures made by the codecs' own encoders.
 
@@ -109,4 +109,4 @@ inline KLBytes makeJPEG(int width, int height, int channels, const std::vector<s
   return bytes;
 }
 
-}  // namespace kaleo::test
+}  // namespace kaleo::testing

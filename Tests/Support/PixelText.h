@@ -4,7 +4,7 @@
 
 #include "kaleo/KLImage.h"
 
-namespace kaleo::test {
+namespace kaleo::testing {
 
 /// A few pixels as text, rows joined by "/": K black, R red, G green, B blue, "." transparent, "?" anything else.
 inline std::string pixelText(const KLPixels& pixels) {
@@ -36,4 +36,4 @@ inline std::string pixelText(const KLPixels& pixels) {
   return text;
 }
 
-}  // namespace kaleo::test
+}  // namespace kaleo::testing

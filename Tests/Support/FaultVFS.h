@@ -33,6 +33,8 @@ class FaultVFS {
   /// Writes that still succeed before `writeResult` counts.
   std::atomic<int> writesBeforeFault{0};
   std::atomic<int> failedWrites{0};
+  /// Times that a file was synchronised with the disk.
+  std::atomic<int> syncs{0};
   std::atomic<int> sleeps{0};
   /// Runs in place of waiting, each time SQLite waits for another connection's lock.
   std::function<void()> onSleep = [] {};
@@ -75,7 +77,10 @@ class FaultVFS {
   static int close(sqlite3_file* f) { return methods(f)->xClose(real(f)); }
   static int read(sqlite3_file* f, void* to, int n, sqlite3_int64 at) { return methods(f)->xRead(real(f), to, n, at); }
   static int truncate(sqlite3_file* f, sqlite3_int64 size) { return methods(f)->xTruncate(real(f), size); }
-  static int sync(sqlite3_file* f, int flags) { return methods(f)->xSync(real(f), flags); }
+  static int sync(sqlite3_file* f, int flags) {
+    ++file(f)->owner->syncs;
+    return methods(f)->xSync(real(f), flags);
+  }
   static int fileSize(sqlite3_file* f, sqlite3_int64* size) { return methods(f)->xFileSize(real(f), size); }
   static int lock(sqlite3_file* f, int level) { return methods(f)->xLock(real(f), level); }
   static int unlock(sqlite3_file* f, int level) { return methods(f)->xUnlock(real(f), level); }

@@ -31,15 +31,19 @@ struct KLDataStoreSurroundings {
   KLDiagnosisSlot& diagnosis;
   std::filesystem::path databaseFile;  ///< empty: no path could be had, nothing is stored
   std::filesystem::path keyFile;
+  std::string databaseVFS = {};  ///< the layer below SQLite by its registered name; empty: the system's
 };
 
 /// The one door to local storage. Owns the database, its serial queue and, when the host keeps a store plugin, the cipher.
 ///
-/// Reads run on the queue while the caller waits, or in place when the caller is on the queue; writes are queued, in order, and
-/// tried three times. A read sees every write queued before it. Without a usable database reads answer nothing and writes are
-/// dropped. Threads: any but the main thread for reads, which wait for the disk.
+/// Reads run on the queue while the caller waits, or in place when the caller is on the queue; writes are queued and tried three
+/// times. The writes that wait at one time go into one transaction, a later one of the same cell in place of an earlier one: what
+/// is on disk is what all of them in order leave. A read sees every write queued before it. Without a usable database reads answer
+/// nothing and writes are dropped, and so is what comes when too much waits already.
+/// Threads: any but the main thread for reads, which wait for the disk.
 class KaleoDataStore {
  public:
+  /// Decides whether to encrypt; the file is opened on the queue.
   explicit KaleoDataStore(KLDataStoreSurroundings surroundings);
   /// Writes what is queued and closes the database. Must not run on the store's queue.
   ~KaleoDataStore();

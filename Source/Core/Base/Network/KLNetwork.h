@@ -1,7 +1,9 @@
 #pragma once
 
+#include <filesystem>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 
@@ -31,7 +33,8 @@ class KLNetwork {
   /// The transport's error; nothing for a status other than 200.
   using Failure = std::function<void(std::optional<KLError> error)>;
 
-  KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random);
+  /// `library`: the user's directory for key files.
+  KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, std::filesystem::path library = {});
 
   /// `parameters` is an object, or null for none.
   std::shared_ptr<KLHTTPTask> GET(const std::string& url, const KLValue* parameters, Success success, Failure failure);
@@ -47,9 +50,16 @@ class KLNetwork {
   std::optional<KLBytes> decryptResponse(const KLHTTPResponse& response);
 
  private:
+  /// Puts the parameters into the query (GET, HEAD, DELETE) or, as JSON, into the body.
+  void resolveRequest(KLHTTPRequest& request, const KLValue& parameters);
+  /// Made ready on first use, as the key derivation costs.
+  KLHttpCryptor& cryptor();
+
   KLHTTPSession& session_;
   const KLLog& log_;
-  KLHttpCryptor cryptor_;
+  const std::filesystem::path keyPath_;
+  std::once_flag cryptorReady_;
+  KLHttpCryptor lazyCryptor_;
 };
 
 }  // namespace kaleo

@@ -1,0 +1,91 @@
+#include "Core/Base/Network/KLHttpCryptor.h"
+
+#include <gtest/gtest.h>
+
+#include <regex>
+
+#include "Core/Base/Network/CountingRandom.h"
+#include "Foundation/KLJSON.h"
+
+namespace kaleo {
+namespace {
+
+KLBytes bytes(std::string_view text) { return KLBytes(text.begin(), text.end()); }
+
+class KLHttpCryptorTest : public ::testing::Test {
+ protected:
+  testing::CountingRandom random;
+  KLHttpCryptor cryptor{random};
+};
+
+TEST_F(KLHttpCryptorTest, NothingComesOutBeforeTheMaterialIsSetUpAndForEmptyInput) {
+  EXPECT_FALSE(cryptor.encryptString("text").has_value());
+  EXPECT_FALSE(cryptor.decryptString("AAAAAAAAAAAAAAAAAAAAAA==").has_value());
+  EXPECT_FALSE(cryptor.envelope(bytes("{}")).has_value());
+  cryptor.setKeyFile("/nowhere/file");
+  EXPECT_EQ(cryptor.keyFile(), "/nowhere/file");
+  EXPECT_FALSE(cryptor.encryptData({}).has_value());
+  EXPECT_FALSE(cryptor.decryptData({}).has_value());
+  EXPECT_TRUE(cryptor.encryptString("text").has_value());
+}
+
+TEST_F(KLHttpCryptorTest, TheMaterialIsMadeOnceFromSaltAndEmptyPassword) {
+  cryptor.setupKeyAndIV();
+  const KLBytes salt = cryptor.salt(), key = cryptor.key(), iv = cryptor.iv();
+  EXPECT_EQ(salt, bytes("abcdefghijklmnop"));
+  EXPECT_EQ(key, KLPBKDF2SHA1("", salt, 100, 16));
+  EXPECT_EQ(iv.size(), 16u);
+  cryptor.setKeyFile("/another/file");
+  cryptor.setupKeyAndIV();
+  EXPECT_EQ(cryptor.salt(), salt);
+  EXPECT_EQ(cryptor.key(), key);
+  EXPECT_EQ(cryptor.iv(), iv);
+}
+
+TEST_F(KLHttpCryptorTest, APasswordIsCutToItsNumberOfUTF16Units) {
+  const std::pair<const char*, const char*> passwords[] = {
+      {"secret", "secret"}, {"\xC3\xA4\xC3\xB6", "\xC3\xA4"}, {"\xF0\x9F\x98\x80", "\xF0\x9F"}};
+  for (const auto& [input, used] : passwords) {
+    testing::CountingRandom ownRandom;
+    KLHttpCryptor own(ownRandom);
+    own.setInput(input);
+    own.setupKeyAndIV();
+    EXPECT_EQ(own.key(), KLPBKDF2SHA1(used, own.salt(), 100, 16)) << input;
+  }
+}
+
+TEST_F(KLHttpCryptorTest, RoundTripsDeterministicallyWithoutAVectorInFront) {
+  cryptor.setupKeyAndIV();
+  for (const std::string text : {"a", "0123456789abcdef", "{\"long\":\"a text of more than two blocks of sixteen\"}"}) {
+    const auto encrypted = cryptor.encryptString(text);
+    ASSERT_TRUE(encrypted.has_value());
+    EXPECT_EQ(cryptor.encryptString(text), encrypted);
+    EXPECT_EQ(cryptor.decryptString(*encrypted), text);
+    EXPECT_EQ(cryptor.decryptString(" " + *encrypted + "\r\n"), text);
+    EXPECT_EQ(KLBase64Decode(*encrypted), KLAESCBC(cryptor.key(), cryptor.iv()).encrypt(bytes(text)));
+    EXPECT_EQ(cryptor.decryptData(*cryptor.encryptData(bytes(text))), bytes(text));
+  }
+}
+
+TEST_F(KLHttpCryptorTest, WhatIsNotItsOwnDecryptsToNothing) {
+  cryptor.setupKeyAndIV();
+  EXPECT_FALSE(cryptor.decryptString("no base64!").has_value());
+  EXPECT_FALSE(cryptor.decryptString("AAAA").has_value());
+  const auto noText = cryptor.encryptData({0xFF, 0xFE});
+  EXPECT_EQ(cryptor.decryptData(*noText), (KLBytes{0xFF, 0xFE}));
+  EXPECT_FALSE(cryptor.decryptString(std::string(noText->begin(), noText->end())).has_value());
+}
+
+TEST_F(KLHttpCryptorTest, TheEnvelopeHoldsSaltVectorAndCipherText) {
+  cryptor.setupKeyAndIV();
+  const auto body = cryptor.envelope(bytes("{\"a\":1}"));
+  ASSERT_TRUE(body.has_value());
+  const std::string text(body->begin(), body->end());
+  EXPECT_TRUE(std::regex_match(text, std::regex(R"(\{"payload":"[0-9A-F]{64}[A-Za-z0-9+\/]+=*"\})"))) << text;
+  const std::string payload = KLJSON::parse(text)->find("payload")->asString();
+  EXPECT_EQ(payload.substr(0, 64), KLHexUpper(cryptor.salt()) + KLHexUpper(cryptor.iv()));
+  EXPECT_EQ(cryptor.decryptString(payload.substr(64)), "{\"a\":1}");
+}
+
+}  // namespace
+}  // namespace kaleo

@@ -17,7 +17,7 @@ constexpr double kMaxWaitSeconds = 10.0 * 365 * 86400;
 }  // namespace
 
 struct KLThreadThreading::State {
-  const std::shared_ptr<KLAsioQueue> background = std::make_shared<KLAsioQueue>("kaleo.background", kBackgroundThreads);
+  const std::shared_ptr<KLAsioQueue> background = std::make_shared<KLAsioQueue>("org.kaleo.background", kBackgroundThreads);
 };
 
 KLThreadThreading::KLThreadThreading() : state_(std::make_unique<State>()) {}

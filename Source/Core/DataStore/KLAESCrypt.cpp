@@ -1,18 +1,11 @@
 #include "Core/DataStore/KLAESCrypt.h"
 
-#include <algorithm>
-
-#include "Foundation/KLFile.h"
-#include "Foundation/KLKeyedArchive.h"
+#include "Foundation/KLKeyFile.h"
 #include "Foundation/KLUTF8.h"
 
 namespace kaleo {
 
 namespace {
-
-constexpr const char* kInfoClass = "KLAESCryptInfo";
-constexpr const char* kFileClass = "KLAESCryptFile";
-constexpr std::size_t kMaxKeyFileBytes = 64 << 10;  // ours has some 200
 
 KLBytes bytesOf(std::string_view text) { return KLBytes(text.begin(), text.end()); }
 
@@ -31,38 +24,16 @@ void KLAESCrypt::setKeyFile(std::filesystem::path path) {
 }
 
 void KLAESCrypt::setupKeyAndIV() {
-  const auto info = loadEncryptInfo(keyFile_);
+  const auto info = KLKeyFile::load(keyFile_);
   key_ = member(info, "key", kKeyLength);
   iv_ = member(info, "iv", kIVLength);
   const bool complete = !key_.empty() && !iv_.empty();
-  if (key_.empty()) key_ = randomKey();
-  if (iv_.empty()) iv_ = randomIV();
+  if (key_.empty()) key_ = KLRandomKeyText(random_, kKeyLength);
+  if (iv_.empty()) iv_ = random_.bytes(kIVLength);
   cipher_.emplace(key_, iv_);
-  if (!complete) saveEncryptInfo(KLObject{{"key", key_}, {"iv", iv_}}, keyFile_);
-}
-
-std::optional<KLValue> KLAESCrypt::loadEncryptInfo(const std::filesystem::path& path) const {
-  const auto file = KLFile::read(path, kMaxKeyFileBytes);
-  const auto outer = file ? KLKeyedArchive::unarchive(*file, kFileClass) : std::nullopt;
-  const auto inner = outer ? KLBase64Decode(textOf(outer->asBytes())) : std::nullopt;
-  return inner ? KLKeyedArchive::unarchive(*inner, kInfoClass) : std::nullopt;
-}
-
-void KLAESCrypt::saveEncryptInfo(const KLValue& info, const std::filesystem::path& path) const {
-  const std::string base64 = KLBase64Encode(KLKeyedArchive::archive(kInfoClass, info));
   // Without the file this run works all the same, and the next one makes a new key.
-  KLFile::writeAtomically(path, KLKeyedArchive::archive(kFileClass, bytesOf(base64)), KLFile::Access::OwnerOnly);
+  if (!complete) KLKeyFile::save(KLObject{{"key", key_}, {"iv", iv_}}, keyFile_);
 }
-
-KLBytes KLAESCrypt::randomKey() const {
-  KLBytes key(kKeyLength);
-  std::generate(key.begin(), key.end(), [this] {
-    return static_cast<std::uint8_t>(kKeyAlphabet[random_.below(static_cast<std::uint32_t>(kKeyAlphabet.size()))]);
-  });
-  return key;
-}
-
-KLBytes KLAESCrypt::randomIV() const { return random_.bytes(kIVLength); }
 
 std::optional<KLBytes> KLAESCrypt::encryptData(const KLBytes& plain) const {
   const auto base64 = encrypt(plain);

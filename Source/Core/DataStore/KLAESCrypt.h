@@ -16,15 +16,12 @@ namespace kaleo {
 /// An encrypted value is the base64 text of the vector followed by the cipher text. Nothing comes out for empty input, without a
 /// key, and for what was not encrypted under this key.
 ///
-/// Key file: a keyed archive {"key", "iv"}, in base64, archived again; readable by its owner alone and replaced in one step.
+/// The key file is one of KLKeyFile.
 /// Threads: one at a time. Lifetime: borrows the random source.
 class KLAESCrypt {
  public:
   static constexpr std::size_t kKeyLength = 16;
   static constexpr std::size_t kIVLength = 16;
-  /// The characters that keys are made of.
-  static constexpr std::string_view kKeyAlphabet =
-      "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789!#$%&()*+,-./:;<=>?@[]^_{}|~";
 
   explicit KLAESCrypt(KLRandom& random) : random_(random) {}
 
@@ -41,10 +38,6 @@ class KLAESCrypt {
 
  private:
   void setupKeyAndIV();
-  std::optional<KLValue> loadEncryptInfo(const std::filesystem::path& path) const;
-  void saveEncryptInfo(const KLValue& info, const std::filesystem::path& path) const;
-  KLBytes randomKey() const;
-  KLBytes randomIV() const;
   std::optional<std::string> encrypt(const KLBytes& plain) const;
   std::optional<KLBytes> decrypt(std::string_view base64) const;
 

@@ -7,6 +7,7 @@
 
 #include "Core/DataStore/DatabaseFixture.h"
 #include "Foundation/KLFile.h"
+#include "Foundation/KLKeyFile.h"
 #include "Foundation/KLKeyedArchive.h"
 
 namespace kaleo::testing {
@@ -90,9 +91,9 @@ TEST_F(KLAESCryptTest, TheKeyIsKeptFromRunToRunAndForTheOwnerAlone) {
   KLAESCrypt first(random);
   first.setKeyFile(file);
   EXPECT_EQ(first.key().size(), KLAESCrypt::kKeyLength);
-  EXPECT_TRUE(std::all_of(first.key().begin(), first.key().end(),
-                          [](char c) { return KLAESCrypt::kKeyAlphabet.find(c) != std::string_view::npos; }));
-  EXPECT_EQ(KLAESCrypt::kKeyAlphabet.size(), 90u);
+  EXPECT_TRUE(
+      std::all_of(first.key().begin(), first.key().end(), [](char c) { return kKLKeyAlphabet.find(c) != std::string_view::npos; }));
+  EXPECT_EQ(kKLKeyAlphabet.size(), 90u);
   const auto written = std::filesystem::last_write_time(file);
   KLAESCrypt second(random);
   second.setKeyFile(file);

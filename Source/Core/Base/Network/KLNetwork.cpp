@@ -17,7 +17,7 @@ constexpr std::string_view kContentType = "Content-Type";
 constexpr std::string_view kJSONType = "application/json";
 constexpr std::string_view kEncryptionMode = "Quillon-Encryption-Mode";
 constexpr std::string_view kEncryptionEnabled = "Quillon-Encryption-Enabled";
-constexpr const char* kKeyFileName = "io.kaleo.KLNetworkAES";
+constexpr const char* kKeyFileName = "org.kaleo.KLNetworkAES";
 
 /// In the order of KLHTTPMethod.
 constexpr std::array kMethodNames = {"GET", "POST", "HEAD", "CONNECT", "DELETE", "OPTIONS", "PATCH", "PUT", "TRACE"};

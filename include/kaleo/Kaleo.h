@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -54,13 +55,15 @@ class KALEO_API KaleoInstance {
   KaleoInstance(const KaleoInstance&) = delete;
   KaleoInstance& operator=(const KaleoInstance&) = delete;
 
-  void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  /// Answers whether the library has started by this call.
+  bool startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
   bool handleOpenURL(const std::string& url);
   void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
   bool isSupportedNBVersion() const;
 
  private:
   std::unique_ptr<KLLibrary> library_;
+  std::atomic<bool> started_{false};
 };
 
 }  // namespace kaleo

@@ -12,11 +12,17 @@ namespace {
 
 constexpr double kScale = 1000.0;
 
-// As a double, so that no size of number overflows; what is no finite number counts as 0, as its text would.
-double scaled(double number) { return std::isfinite(number) ? std::floor(number * kScale) : 0; }
+// As a double, so that no size of number overflows.
+double scaled(double number) { return std::floor(number * kScale); }
+
+// The text of a number reads back as the number; that of infinity or of no number reads as 0.
+double scaledNumber(const KLValue& value) {
+  const double number = value.asDouble();
+  return std::isfinite(number) ? scaled(number) : 0;
+}
 
 double scaledParameter(const KLValue& value) {
-  return scaled(value.isNumber() ? value.asDouble() : quillon_doublePrefix(quillon_description(value)));
+  return value.isNumber() ? scaledNumber(value) : scaled(quillon_doublePrefix(quillon_description(value)));
 }
 
 bool isEmptyText(const KLValue& value) { return value.isString() && value.asString().empty(); }
@@ -31,7 +37,7 @@ struct KLPropertyOperators {
   static bool hasText(const Expression& e, std::string_view text) { return std::ranges::binary_search(e.texts_, text); }
 
   static bool hasNumber(const Expression& e, const KLValue& value) {
-    return std::ranges::binary_search(e.scaledSorted_, scaled(value.asDouble()));
+    return std::ranges::binary_search(e.scaledSorted_, scaledNumber(value));
   }
 
   static bool isNumeric(const Expression& e, const KLValue* value) { return value && value->isNumber() && e.comparesNumbers_; }
@@ -60,16 +66,16 @@ struct KLPropertyOperators {
   }
 
   static bool less(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return isNumeric(e, value) && e.scaled_.front() > scaled(value->asDouble());
+    return isNumeric(e, value) && e.scaled_.front() > scaledNumber(*value);
   }
 
   static bool greater(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return isNumeric(e, value) && scaled(value->asDouble()) > e.scaled_.front();
+    return isNumeric(e, value) && scaledNumber(*value) > e.scaled_.front();
   }
 
   static bool between(const Expression& e, const KLValue* value, const KLCalendar&) {
     if (!isNumeric(e, value)) return false;
-    const double number = scaled(value->asDouble());
+    const double number = scaledNumber(*value);
     return e.scaled_.front() <= number && number <= e.scaled_.back();
   }
 

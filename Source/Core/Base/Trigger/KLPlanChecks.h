@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Core/Base/Trigger/KLGlobalWindows.h"
+#include "Core/Window/KLPopupPlan.h"
+
+namespace kaleo {
+
+/// The admission checks: each answers whether a plan may show its popup as far as one rule is concerned, says so in the log,
+/// removes a window that has run out, and records a refusal. Threads: the trigger queue.
+class KLPlanChecks {
+ public:
+  KLPlanChecks(const KLTriggerSurroundings& surroundings, KLGlobalWindows& globalWindows)
+      : around_(surroundings), globalWindows_(globalWindows) {}
+
+  bool checkRepeatDisplayForPlan(KLPopupPlan& plan) const;
+  bool checkConvertWindowForPlan(KLPopupPlan& plan) const;
+  bool checkGlobalIntervalWindowForPlan(const KLPopupPlan& plan) const;
+  bool checkIntervalWindowForPlan(KLPopupPlan& plan) const;
+  bool checkGlobalLimitForPlan(const KLPopupPlan& plan, const KLPopupConfig& config) const;
+  bool checkReEnterWindowForPlan(KLPopupPlan& plan) const;
+
+ private:
+  /// Records a refusal of `plan`; `fill` adds to the content and runs only when there is a recorder.
+  template <class Fill>
+  void refuse(const KLPopupPlan& plan, KLDiagnosisState state, const char* message, const KLPlanAbstractWindow& window,
+              Fill&& fill) const;
+  /// One of the global limits; answers whether it admits the plan.
+  bool checkLimit(const KLPlanLimitModel& limit, const KLPopupPlan& plan) const;
+  double now() const { return around_.time.clock.now(); }
+
+  const KLTriggerSurroundings& around_;
+  KLGlobalWindows& globalWindows_;
+};
+
+}  // namespace kaleo

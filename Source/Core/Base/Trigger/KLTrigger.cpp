@@ -1,0 +1,202 @@
+#include "Core/Base/Trigger/KLTrigger.h"
+
+#include "Core/Base/Trigger/KLLastCampaign.h"
+#include "Core/Utils/KLJSONSerialization.h"
+
+namespace kaleo {
+
+KLTrigger::KLTrigger(KLTriggerSurroundings surroundings)
+    : around_(std::move(surroundings)),
+      dismissed_(around_.threading.makeWakeUp()),
+      planManager_({around_.log, around_.store, around_.diagnosis, around_.hostStore, around_.time, around_.user}),
+      globalWindows_(around_),
+      checks_(around_, globalWindows_),
+      convertResults_(std::make_shared<KLConvertResults>(around_, planManager_)),
+      popupConfig_(std::make_shared<KLPopupConfig>()) {
+  around_.log.info("KL Trigger add listeners");
+  didEnd_ = around_.notificationCenter.addObserver(kCampaignDidEndNotification, [this](const auto&) {
+    wakeUp("Popup did dismiss, will wake event handle thread to create related windows");
+  });
+  didFail_ = around_.notificationCenter.addObserver(kCampaignDidFailedNotification, [this](const auto&) {
+    wakeUp("Popup failed to show, will wake event handle thread to create related windows");
+  });
+}
+
+KLTrigger::~KLTrigger() {
+  around_.notificationCenter.removeObserver(didEnd_);
+  around_.notificationCenter.removeObserver(didFail_);
+}
+
+void KLTrigger::stop() {
+  stopped_ = true;
+  dismissed_->raise();
+}
+
+void KLTrigger::wakeUp(const char* message) {
+  // The log goes to the host from a background queue, as a notification may come under locks of the host's.
+  around_.threading.backgroundQueue()->async([&log = around_.log, dismissed = dismissed_, message] {
+    log.info("{}", message);
+    dismissed->raise();
+  });
+}
+
+void KLTrigger::setPopupConfig(std::shared_ptr<const KLPopupConfig> config) {
+  around_.log.info("Set popup config for trigger");
+  popupConfig_ = config ? std::move(config) : std::make_shared<const KLPopupConfig>();
+  planManager_.setPopupConfig(popupConfig_);
+  auto plans = std::make_shared<PlansByKey>();
+  for (const auto& plan : planManager_.sortedPlans()) plans->emplace(plan->planId(), plan->sharedPlanModel());
+  {
+    std::lock_guard lock(plansMutex_);
+    plans_ = std::move(plans);
+  }
+  globalWindows_.loadGlobalWindow();
+  convertResults_->reload();
+}
+
+void KLTrigger::removePlans() { setPopupConfig(popupConfig_->withoutPlans()); }
+
+std::shared_ptr<const KLPopupPlanModel> KLTrigger::planWithIdentifier(const std::string& planID) const {
+  std::lock_guard lock(plansMutex_);
+  if (!plans_) return nullptr;
+  const auto found = plans_->find(planID);
+  return found == plans_->end() ? nullptr : found->second;
+}
+
+void KLTrigger::triggerEvent(const KLValue& record, double triggerTime) {
+  if (stopped_) return;
+  triggerTime_ = triggerTime;
+  if (around_.log.isEnabled()) {
+    around_.log.info("Start event triggle for event name: {}", quillon_stringValue(record.find("event")).value_or("(null)"));
+  }
+  if (!shouldHandleEvent(record)) {
+    around_.log.info("This event does not need to resolve as it is not includes in plans");
+    return;
+  }
+  handleEvent(record);
+}
+
+bool KLTrigger::shouldHandleEvent(const KLValue& record) const {
+  const KLValue* const event = record.find("event");
+  if (!event) return false;
+  if (event->isString()) return planManager_.isNeededEvent(event->asString());
+  return planManager_.isNeededEvent(*quillon_stringValue(event));
+}
+
+void KLTrigger::handleEvent(const KLValue& record) {
+  const std::string event = *quillon_stringValue(record.find("event"));
+  triggledPlan_ = nullptr;
+  dismissed_->reset();
+  around_.log.info("Start checking all plans process for event {}", event);
+  const double now = around_.time.clock.now();
+  for (const auto& plan : planManager_.plansForEvent(event)) {
+    if (plan->planModel().isExpired(now)) {
+      around_.log.info("Plan with planID: {} is expired", plan->planModel().planID);
+      continue;
+    }
+    if (!satisfiesRules(record, *plan)) continue;
+    if (triggledPlan_) {
+      inhibit(*plan);
+    } else {
+      triggledPlan_ = plan;
+    }
+  }
+  if (!triggledPlan_ || stopped_) return;
+  around_.log.info("Rule check for single plan: {} completed, satisfy the rules, Will execute popup process",
+                   triggledPlan_->planModel().planID);
+  showPopupForPlan(*triggledPlan_);
+}
+
+bool KLTrigger::satisfiesRules(const KLValue& record, KLPopupPlan& plan) {
+  around_.log.info("Start rule check for single plan: {}", plan.planModel().planID);
+  return checks_.checkRepeatDisplayForPlan(plan) && checks_.checkConvertWindowForPlan(plan) &&
+         checks_.checkGlobalIntervalWindowForPlan(plan) && checks_.checkIntervalWindowForPlan(plan) &&
+         plan.patternMatchWithEvent(record) && checks_.checkGlobalLimitForPlan(plan, *popupConfig_) &&
+         checks_.checkReEnterWindowForPlan(plan);
+}
+
+void KLTrigger::inhibit(const KLPopupPlan& plan) {
+  const KLPopupPlanModel& chosen = triggledPlan_->planModel();
+  around_.log.info("Plan {} with high priority had been trigged, current plan: {} popup should be inhibited", chosen.planID,
+                   plan.planModel().planID);
+  KLDiagnosis* const recorder = around_.diagnosis.get();
+  if (!recorder) return;
+  recorder->addContent(KLObject{{kQuillonDiagnosticInfoKeyMessage, "lower priority"},
+                                {"priority", plan.planModel().absolutePriority},
+                                {kQuillonDiagnosticInfoKeyCampaignId, plan.planId()},
+                                {"trigger_campaign_id", triggledPlan_->planId()},
+                                {"trigger_campaign_priority", chosen.absolutePriority}},
+                       plan.planId(), KLDiagnosisState::LowerPriority, KLDiagnosisType::Trigger);
+}
+
+void KLTrigger::showPopupForPlan(KLPopupPlan& plan) {
+  if (plan.planModel().isExpired(around_.time.clock.now())) {
+    around_.log.info("Current plan: {} was expired, should not display popup content", plan.planModel().planID);
+    return;
+  }
+  const std::string uuid = around_.random.uuid();
+  KLShowCampaign show = around_.showCampaign();
+  if (!show) return;
+  around_.hostStore.setObject(plan.planId(), kKLLastCampaignIDKey);
+  if (KLDiagnosis* const recorder = around_.diagnosis.get()) {
+    recorder->addContent(
+        KLObject{{kQuillonDiagnosticInfoKeyMessage, "campaign finished"}, {kQuillonDiagnosticInfoKeyCampaignId, plan.planId()}},
+        plan.planId(), KLDiagnosisState::Finished, KLDiagnosisType::Trigger);
+  }
+  stampWindows(plan, uuid);
+  present(plan, uuid, std::move(show));
+  waitForDismissal(plan);
+}
+
+void KLTrigger::stampWindows(KLPopupPlan& plan, const std::string& uuid) {
+  const std::string& planId = plan.planId();
+  if (plan.planModel().convertWindow) {
+    around_.log.info("Start fetching convert result for plan: {}, and the popup content uuid is {}", planId, uuid);
+    convertResults_->fetchConvertResultsWithUUID(uuid);
+    around_.log.info("Create convert window for plan: {} with uuid: {}", planId, uuid);
+    plan.createConvertWindow(uuid);
+  }
+  createIntervalWindows(plan);
+  around_.log.info("Delete all trigger windows for plan: {}", planId);
+  plan.deleteTriggerWindows();
+  around_.log.info("Save global limit data");
+  globalWindows_.saveGlobalPopupData();
+  countReEntry(plan);
+}
+
+void KLTrigger::createIntervalWindows(KLPopupPlan& plan) {
+  around_.log.info("Create global interval window for plan: {}", plan.planId());
+  globalWindows_.createGlobalIntervalWindow(*popupConfig_);
+  around_.log.info("Create interval window for plan: {}", plan.planId());
+  plan.createIntervalWindow();
+}
+
+void KLTrigger::countReEntry(KLPopupPlan& plan) {
+  if (auto& window = plan.reEnterWindow()) {
+    ++window->count;
+    around_.log.info("Current plan: {} reEnter window count is: {}", plan.planModel().planID, window->count);
+    plan.saveReEnter();
+  } else {
+    around_.log.info("ReEnter window for plan: {} does not exist, will create new reEnter window", plan.planId());
+    plan.createReEnter();
+  }
+}
+
+void KLTrigger::present(const KLPopupPlan& plan, const std::string& uuid, KLShowCampaign show) {
+  around_.threading.backgroundQueue()->async([&log = around_.log, model = plan.sharedPlanModel(), planId = plan.planId(), uuid,
+                                              time = triggerTime_, show = std::move(show)] {
+    log.info("Will display popup content for plan: {}", planId);
+    const auto campaign = std::make_shared<KLCampaign>(planId, model->cname, uuid, model->popupWindowContent);
+    campaign->triggerTime = KLDate{time};
+    show(campaign);
+  });
+}
+
+void KLTrigger::waitForDismissal(KLPopupPlan& plan) {
+  around_.log.info("Lock current thread, wait for plan: {} to dismiss popup", plan.planModel().planID);
+  if (dismissed_->isRaised()) return;
+  dismissed_->wait(-1);
+  if (!stopped_) createIntervalWindows(plan);
+}
+
+}  // namespace kaleo

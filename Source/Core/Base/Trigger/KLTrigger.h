@@ -1,0 +1,76 @@
+#pragma once
+
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "Core/Base/Trigger/KLConvertResults.h"
+#include "Core/Base/Trigger/KLGlobalWindows.h"
+#include "Core/Base/Trigger/KLPlanChecks.h"
+#include "Core/Base/Trigger/KLTriggerSurroundings.h"
+#include "Core/Window/KLPlanManager.h"
+
+namespace kaleo {
+
+/// Decides, for each event of the host, whether a popup plan fires and which; hands the popup to presentation and holds its worker
+/// until the popup is gone, so that quiet periods begin when it is dismissed and no second popup can start meanwhile.
+///
+/// Threads: the trigger queue, which blocks while a popup is on screen; `planWithIdentifier` and `stop` from any thread; the two
+/// campaign notifications come from any thread.
+class KLTrigger {
+ public:
+  explicit KLTrigger(KLTriggerSurroundings surroundings);
+  ~KLTrigger();
+  KLTrigger(const KLTrigger&) = delete;
+  KLTrigger& operator=(const KLTrigger&) = delete;
+
+  /// Runs an event record through the plans. `triggerTime`: when the event was tracked, seconds since 1970.
+  void triggerEvent(const KLValue& record, double triggerTime);
+  /// Installs a configuration. The plans of the one before cannot fire any more.
+  void setPopupConfig(std::shared_ptr<const KLPopupConfig> config);
+  /// Takes all plans out of memory; the rest of the configuration stays.
+  void removePlans();
+
+  const std::shared_ptr<const KLPopupConfig>& popupConfig() const { return popupConfig_; }
+  KLPlanManager& planManager() { return planManager_; }
+  KLConvertResults& convertResults() { return *convertResults_; }
+
+  /// The plan in force with that id in decimal; null when there is none. Any thread.
+  std::shared_ptr<const KLPopupPlanModel> planWithIdentifier(const std::string& planID) const;
+
+  /// Lets a waiting worker go and makes every later event pass without effect. Any thread.
+  void stop();
+
+ private:
+  bool shouldHandleEvent(const KLValue& record) const;
+  void handleEvent(const KLValue& record);
+  /// All checks of one plan, in their order; answers whether it may fire.
+  bool satisfiesRules(const KLValue& record, KLPopupPlan& plan);
+  void inhibit(const KLPopupPlan& plan);
+  void showPopupForPlan(KLPopupPlan& plan);
+  void stampWindows(KLPopupPlan& plan, const std::string& uuid);
+  void createIntervalWindows(KLPopupPlan& plan);
+  void countReEntry(KLPopupPlan& plan);
+  void present(const KLPopupPlan& plan, const std::string& uuid, KLShowCampaign show);
+  void waitForDismissal(KLPopupPlan& plan);
+  void wakeUp(const char* message);
+
+  KLTriggerSurroundings around_;
+  std::shared_ptr<KLWakeUp> dismissed_;  ///< raised: no popup is waited for (`shouldWait` is off)
+  std::atomic<bool> stopped_{false};
+  KLPlanManager planManager_;
+  KLGlobalWindows globalWindows_;
+  KLPlanChecks checks_;
+  std::shared_ptr<KLConvertResults> convertResults_;
+  std::shared_ptr<const KLPopupConfig> popupConfig_;
+  std::shared_ptr<KLPopupPlan> triggledPlan_;  ///< chosen for the event under way
+  double triggerTime_ = 0;
+  KLNotificationCenter::Token didEnd_ = 0, didFail_ = 0;
+
+  using PlansByKey = std::map<std::string, std::shared_ptr<const KLPopupPlanModel>, std::less<>>;
+  mutable std::mutex plansMutex_;
+  std::shared_ptr<const PlansByKey> plans_;  ///< guarded by plansMutex_
+};
+
+}  // namespace kaleo

@@ -1,0 +1,69 @@
+#pragma once
+
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Core/Base/Support/KLDiagnosis.h"
+
+namespace kaleo::testing {
+
+/// A recorder that keeps the records for the test.
+class RecordingDiagnosis : public KLDiagnosis {
+ public:
+  struct Record {
+    KLDiagnosisState state;
+    KLDiagnosisType type;
+    std::optional<std::string> entityId;
+    KLValue content;
+
+    std::string message() const {
+      const KLValue* const text = content.find("message");
+      return text ? text->asString() : "";
+    }
+  };
+
+  void setDiagnosisExpiration(double seconds) override { expiration = seconds; }
+  void addDiagnostor() override { ++diagnostors; }
+  void addContent(const KLValue& content, KLDiagnosisState state, KLDiagnosisType type) override {
+    add({state, type, std::nullopt, content});
+  }
+  void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) override {
+    add({state, type, entityId, content});
+  }
+  void flushWithCondition(const KLValue*) override { ++flushes; }
+  void saveJourneyId(const std::string&, const std::string&, const std::string&) override {}
+  void saveUserId(const std::string& userId, const std::string& distinctId) override { users.emplace_back(userId, distinctId); }
+  void verifyDatabaseFile(const std::string&) override {}
+
+  std::vector<Record> records() const {
+    std::lock_guard lock(mutex_);
+    return records_;
+  }
+  /// "plan: message" of every record, in order.
+  std::vector<std::string> story() const {
+    std::vector<std::string> lines;
+    for (const Record& record : records()) lines.push_back(record.entityId.value_or("-") + ": " + record.message());
+    return lines;
+  }
+  void clear() {
+    std::lock_guard lock(mutex_);
+    records_.clear();
+  }
+
+  double expiration = 0;
+  int diagnostors = 0, flushes = 0;
+  std::vector<std::pair<std::string, std::string>> users;
+
+ private:
+  void add(Record record) {
+    std::lock_guard lock(mutex_);
+    records_.push_back(std::move(record));
+  }
+
+  mutable std::mutex mutex_;
+  std::vector<Record> records_;  ///< guarded by mutex_
+};
+
+}  // namespace kaleo::testing

@@ -9,7 +9,9 @@ if(KALEO_WARNINGS_AS_ERRORS)
   target_compile_options(kaleo_build_options INTERFACE -Werror)
 endif()
 if(KALEO_SANITIZE)
-  target_compile_options(kaleo_build_options INTERFACE -fsanitize=${KALEO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # GCC's guess at uninitialised values is wrong too often in what the sanitizers add to the code.
+  target_compile_options(kaleo_build_options INTERFACE -fsanitize=${KALEO_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+                                                       -Wno-maybe-uninitialized)
   target_link_options(kaleo_build_options INTERFACE -fsanitize=${KALEO_SANITIZE})
   if(KALEO_SANITIZE MATCHES thread AND CMAKE_CXX_COMPILER_ID STREQUAL GNU)
     # Asio uses fences beside its locks; the sanitizer sees the locks, and g++ warns about the fences.
@@ -35,4 +37,12 @@ function(kaleo_floor name folder)
   target_link_libraries(kaleo_${name} PUBLIC ${FLOOR_FLOORS} fmt::fmt PRIVATE ${FLOOR_LIBRARIES} kaleo_build_options)
   set_property(GLOBAL APPEND PROPERTY KALEO_FLOORS kaleo_${name})
   set_property(GLOBAL APPEND PROPERTY KALEO_FLOOR_LIBRARIES ${FLOOR_LIBRARIES})
+endfunction()
+
+# Lets a shared library export the namespace kaleo only, of which hidden visibility leaves what is marked KALEO_API. Without it the
+# standard library's templates that our code instantiates are exported as well.
+function(kaleo_export_public_symbols target)
+  set(map ${PROJECT_SOURCE_DIR}/cmake/kaleo-exports.map)
+  target_link_options(${target} PRIVATE $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,SHARED_LIBRARY>:LINKER:--version-script=${map}>)
+  set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
 endfunction()

@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Installs a built tree into an empty prefix, moves it, and builds the smallest host against it, by find_package and by pkg-config.
+#
+#   installed_test.sh BUILD VERSION CXX [CMAKE_ARGUMENT]...
+build=$1 version=$2 cxx=$3
+shift 3
+source "$(dirname "$0")/functions.sh"
+here=$(cd "$(dirname "$0")" && pwd)
+
+cmake --install "$build" --prefix "$work/first" >"$work/install.log" || fail "$(cat "$work/install.log")"
+mv "$work/first" "$work/prefix"
+
+stray=$(cd "$work/prefix" && find . -name '*.h' -not -path './include/kaleo/*' -not -path './include/kaleo-qt/*')
+[ -z "$stray" ] || fail "private headers are installed: $stray"
+if grep -rlF -e "$build" -e "$here" "$work/prefix" --include='*.cmake' --include='*.pc'; then fail "a package file names the build"; fi
+
+echo "== find_package"
+cmake -S "$here/Host" -B "$work/cmake" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/prefix" "$@" >"$work/log" ||
+  fail "$(cat "$work/log")"
+cmake --build "$work/cmake" >"$work/log" || fail "$(cat "$work/log")"
+run_host "$work/cmake/host"
+
+echo "== pkg-config"
+PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kaleo.pc)")
+export PKG_CONFIG_PATH
+[ "$(pkg-config --modversion kaleo)" = "$version" ] || fail "kaleo.pc has another version"
+# The flags are meant to be split.
+# shellcheck disable=SC2046
+"$cxx" -std=c++20 "$here/Host/main.cpp" -o "$work/host" $(pkg-config --cflags --libs kaleo)
+LD_LIBRARY_PATH=$(pkg-config --variable=libdir kaleo) run_host "$work/host"

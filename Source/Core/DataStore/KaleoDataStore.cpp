@@ -37,7 +37,8 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
 
   void sweep(KLWriteQueue::Task task) { seeTo(writes_.addSweep(std::move(task))); }
 
-  /// Runs `task` on the queue, after all writes before it, while the caller waits.
+  /// Runs `task` on the queue, after all writes before it, while the caller waits. Writes them here: another thread may have added
+  /// the first of them and not yet asked for their turn.
   void sync(const std::function<void()>& task) {
     queue_->sync([&] {
       writeQueued();
@@ -47,6 +48,11 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
 
   void close() {
     sync([this] { database_.reset(); });
+  }
+
+  static void tryTask(const std::function<bool()>& task, int times) {
+    for (int i = 0; i < times && !task(); ++i) {
+    }
   }
 
   // On the queue only, from here on.
@@ -63,6 +69,7 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
     return *database_;
   }
 
+  /// Nothing for what cannot be encrypted, such as "". Nothing can be kept under such an id, and trying again does not help.
   std::optional<std::string> encryptString(const std::string& text) {
     database();
     return encryptor_ ? encryptor_->encryptString(text) : text;
@@ -109,13 +116,6 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
     surroundings_.log.error("The database cannot be written to, {} writes were dropped", tasks.size());
   }
 
- public:
-  static void tryTask(const std::function<bool()>& task, int times) {
-    for (int i = 0; i < times && !task(); ++i) {
-    }
-  }
-
- private:
   const KLDataStoreSurroundings surroundings_;
   const bool enableEncrypt_;
   const std::shared_ptr<KLQueue> queue_;
@@ -191,7 +191,7 @@ void KaleoDataStore::saveUserId(const std::string& userId, const std::string& di
                     [state = state_.get(), userId, distinctId] {
                       const auto u = state->encryptString(userId);
                       const auto d = state->encryptString(distinctId);
-                      return u && d && state->database().saveUserId(*u, *d);
+                      return !u || !d || state->database().saveUserId(*u, *d);
                     });
 }
 
@@ -202,7 +202,7 @@ void KaleoDataStore::savePopupConfig(const std::shared_ptr<const KLPopupConfig>&
   const std::size_t size = data->size();
   state_->writeCell(std::move(cell), size, [state = state_.get(), data = std::move(data), userId = *userId] {
     const auto u = state->encryptString(userId);
-    return u && state->database().savePopupConfig(state->encryptData(*data), *u);
+    return !u || state->database().savePopupConfig(state->encryptData(*data), *u);
   });
 }
 
@@ -211,7 +211,7 @@ void KaleoDataStore::saveGlobalWindowData(std::optional<KLBytes> data, const std
   state_->writeCell({KLDatabaseTable::PopupConfig, columnNumber(name), userId, {}}, size,
                     [state = state_.get(), data = std::move(data), userId, name] {
                       const auto u = state->encryptString(userId);
-                      return u && state->database().saveGlobalWindowData(state->encryptData(data), *u, name);
+                      return !u || state->database().saveGlobalWindowData(state->encryptData(data), *u, name);
                     });
 }
 
@@ -222,7 +222,7 @@ void KaleoDataStore::saveWindowData(std::optional<KLBytes> data, KLDatabasePrope
                     [state = state_.get(), data = std::move(data), name, userId, planId] {
                       const auto u = state->encryptString(userId);
                       const auto p = state->encryptString(planId);
-                      return u && p && state->database().saveWindowData(state->encryptData(data), name, *u, *p);
+                      return !u || !p || state->database().saveWindowData(state->encryptData(data), name, *u, *p);
                     });
 }
 
@@ -230,7 +230,7 @@ void KaleoDataStore::correctUserId(const std::string& userId, const std::string&
   state_->sweep([state = state_.get(), userId, distinctId, table] {
     const auto u = state->encryptString(userId);
     const auto d = state->encryptString(distinctId);
-    return u && d && state->database().correctUserId(*u, *d, table);
+    return !u || !d || state->database().correctUserId(*u, *d, table);
   });
 }
 

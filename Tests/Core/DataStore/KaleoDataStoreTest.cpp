@@ -159,6 +159,18 @@ TEST_F(KaleoDataStoreTest, ALostKeyMakesOldValuesUnreadableAndNothingElse) {
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "u2");
 }
 
+TEST_F(KaleoDataStoreTest, WhatCannotBeEncryptedIsNotKept) {
+  usePlugin();
+  auto store = makeStore(threading);
+  store->saveUserId("", "d1");
+  store->saveUserId("u2", "d2");
+  store->saveWindowData(bytes("w"), Name::ConvertWindow, "", "7");
+  EXPECT_EQ(store->planWindowWithUserId("", "7", Name::ConvertWindow), std::nullopt);
+  EXPECT_EQ(store->userIdWithDistinctId("d1"), std::nullopt);
+  EXPECT_EQ(store->userIdWithDistinctId("d2"), "u2");
+  EXPECT_EQ(rows("SELECT count(*) FROM Users UNION ALL SELECT count(*) FROM PlanWindows"), (Rows{"1", "0"}));
+}
+
 TEST_F(KaleoDataStoreTest, DamagedBlobsGiveNoConfiguration) {
   auto store = makeStore(threading);
   store->savePopupConfig(makeConfig(600), "u1");

@@ -37,16 +37,25 @@ KLPopupPlan::KLPopupPlan(std::shared_ptr<const KLPopupPlanModel> planModel, cons
     : planModel_(std::move(planModel)), surroundings_(surroundings), repeatDisplay_(planModel_->repeatDisplay) {}
 
 void KLPopupPlan::loadPlan() {
+  logLoad();
   KaleoDataStore::PlanWindows stored;
   for (const Kind kind : {Kind::ConvertWindow, Kind::IntervalWindow, Kind::ReEnterWindow, Kind::TriggerWindows}) {
     stored[static_cast<std::size_t>(kind)] = read(kind);
   }
-  loadPlan(stored);
+  restoreWindows(stored);
 }
 
 void KLPopupPlan::loadPlan(const KaleoDataStore::PlanWindows& stored) {
+  logLoad();
+  restoreWindows(stored);
+}
+
+void KLPopupPlan::logLoad() const {
   surroundings_.log.info("Load data for plan: {}, include reEnter window, convert window, interval window, trigger windows",
                          planModel_->planID);
+}
+
+void KLPopupPlan::restoreWindows(const KaleoDataStore::PlanWindows& stored) {
   restore(convertWindow_, stored[static_cast<std::size_t>(Kind::ConvertWindow)]);
   restore(popupIntervalWindow_, stored[static_cast<std::size_t>(Kind::IntervalWindow)]);
   restore(reEnterWindow_, stored[static_cast<std::size_t>(Kind::ReEnterWindow)]);

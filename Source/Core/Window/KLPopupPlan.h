@@ -89,6 +89,8 @@ class KLPopupPlan {
  private:
   using Kind = KLDatabaseProperName;
 
+  void logLoad() const;
+  void restoreWindows(const KaleoDataStore::PlanWindows& stored);
   bool countEventInMatchers(const KLValue& event);
   /// Whether the event counted often enough for `matcher`.
   bool countEvent(const KLPlanPopupMatcher& matcher, std::size_t index);

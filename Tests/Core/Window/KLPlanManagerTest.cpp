@@ -49,12 +49,12 @@ TEST_F(KLPlanManagerTest, PlansThatMayNotRunAreRecordedOnceAndListenedTo) {
   EXPECT_TRUE(manager.isNeededEvent("G"));
   EXPECT_FALSE(manager.isNeededEvent("g"));
   const char* messages[] = {"expired campaign", "not active", "not audience"};
-  ASSERT_EQ(recorder->records.size(), 3u);
+  ASSERT_EQ(recorder->records().size(), 3u);
   for (std::size_t i = 0; i < 3; ++i) {
-    EXPECT_EQ(recorder->records[i].content, KLValue(KLObject{{"message", messages[i]}}));
-    EXPECT_EQ(recorder->records[i].entityId, std::to_string(i + 1));
-    EXPECT_EQ(recorder->records[i].state, KLDiagnosisState::PlanFiltered);
-    EXPECT_EQ(recorder->records[i].type, KLDiagnosisType::Config);
+    EXPECT_EQ(recorder->records()[i].content, KLValue(KLObject{{"message", messages[i]}}));
+    EXPECT_EQ(recorder->records()[i].entityId, std::to_string(i + 1));
+    EXPECT_EQ(recorder->records()[i].state, KLDiagnosisState::PlanFiltered);
+    EXPECT_EQ(recorder->records()[i].type, KLDiagnosisType::Config);
   }
 }
 

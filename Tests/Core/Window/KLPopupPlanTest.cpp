@@ -71,7 +71,7 @@ TEST_F(KLPopupPlanTest, APatternJoinedByAndNeverFires) {
   EXPECT_FALSE(plan->patternMatchWithEvent(anEvent("A")));
   EXPECT_THAT(logLines(), ElementsAre("Pattern match check for event: A",
                                       "Pattern relation is 'AND', does not support now, return not match by default"));
-  EXPECT_TRUE(recorder->records.empty());
+  EXPECT_TRUE(recorder->records().empty());
   EXPECT_TRUE(plan->triggerWindows().empty());
 }
 
@@ -81,7 +81,7 @@ TEST_F(KLPopupPlanTest, TheGateComesBeforeTheMatchers) {
   EXPECT_FALSE(plan->patternMatchWithEvent(anEvent("A")));
   EXPECT_THAT(logLines(),
               ElementsAre("Pattern match check for event: A", "Event permissions match check for event: A not satisfy"));
-  EXPECT_TRUE(recorder->records.empty());
+  EXPECT_TRUE(recorder->records().empty());
   EXPECT_TRUE(plan->patternMatchWithEvent(anEvent("A", "{'vip':true}")));
 }
 
@@ -102,8 +102,8 @@ TEST_F(KLPopupPlanTest, SaysWhatItDoes) {
 TEST_F(KLPopupPlanTest, RecordsWhyItDoesNotFire) {
   const auto plan = planWith(matcher("A", 3));
   plan->patternMatchWithEvent(anEvent("A"));
-  ASSERT_EQ(recorder->records.size(), 1u);
-  const auto& counted = recorder->records[0];
+  ASSERT_EQ(recorder->records().size(), 1u);
+  const auto counted = recorder->records()[0];
   EXPECT_EQ(counted.entityId, "7");
   EXPECT_EQ(counted.state, KLDiagnosisState::Pattern);
   EXPECT_EQ(counted.type, KLDiagnosisType::Trigger);
@@ -116,18 +116,18 @@ TEST_F(KLPopupPlanTest, RecordsWhyItDoesNotFire) {
 
   planTime.set("2024-05-06 20:00:00");
   plan->patternMatchWithEvent(fromJSON("{'event':'B','properties':{},'track_id':5,'_track_id':null}"));
-  ASSERT_EQ(recorder->records.size(), 2u);
-  EXPECT_EQ(recorder->records[1].content, KLValue(KLObject{{"message", "not meet properties check"},
-                                                           {"window_start", milliseconds("2024-05-06 12:00:00")},
-                                                           {"window_end", milliseconds("2024-05-06 13:00:00")},
-                                                           {"track_id", 5},
-                                                           {"_track_id", nullptr},
-                                                           {"campaign_id", "7"}}))
+  ASSERT_EQ(recorder->records().size(), 2u);
+  EXPECT_EQ(recorder->records()[1].content, KLValue(KLObject{{"message", "not meet properties check"},
+                                                             {"window_start", milliseconds("2024-05-06 12:00:00")},
+                                                             {"window_end", milliseconds("2024-05-06 13:00:00")},
+                                                             {"track_id", 5},
+                                                             {"_track_id", nullptr},
+                                                             {"campaign_id", "7"}}))
       << "the finished window's times stand until its matcher matches again";
 
   planWith(matcher("A", 1))->patternMatchWithEvent(anEvent("B"));
   EXPECT_EQ(
-      recorder->records[2].content,
+      recorder->records()[2].content,
       KLValue(KLObject{{"message", "not meet properties check"}, {"window_start", 0}, {"window_end", 0}, {"campaign_id", "7"}}));
 }
 

@@ -1,0 +1,202 @@
+#include "Core/Base/Manager/KLManager.h"
+
+#include "Core/Base/Manager/KLCampaignTest.h"
+
+namespace kaleo {
+
+std::shared_ptr<KLManager> KLManager::create(KLManagerSurroundings surroundings) {
+  return std::shared_ptr<KLManager>(new KLManager(std::move(surroundings)));
+}
+
+KLManager::KLManager(KLManagerSurroundings surroundings)
+    : around_(std::move(surroundings)),
+      fetcher_(around_.network, around_.bridge, around_.log),
+      reachabilityManager_(around_.reachability),
+      firstAnswer_(around_.threading.makeWakeUp()),
+      triggerQueue_(around_.threading.makeSerialQueue("org.kaleo.TriggerQueue")) {
+  around_.log.info("KL Manager single instance init");
+}
+
+KLManager::~KLManager() {
+  around_.log.info("KL Manager will be dealloc");
+  stop();
+  close();
+}
+
+std::shared_ptr<KLConfigOptions> KLManager::options() const {
+  std::lock_guard lock(mutex_);
+  return options_;
+}
+
+KLPresentationHooks KLManager::presentation() const {
+  std::lock_guard lock(mutex_);
+  return presentation_;
+}
+
+std::shared_ptr<const KLPopupPlanModel> KLManager::planWithIdentifier(const std::string& planID) const {
+  const KLTrigger* const trigger = trigger_;
+  return trigger ? trigger->planWithIdentifier(planID) : nullptr;
+}
+
+void KLManager::onTriggerQueue(void (KLManager::*work)()) {
+  triggerQueue_->async([weak = weak_from_this(), work] {
+    const auto self = weak.lock();
+    if (self && !self->stopped_) ((*self).*work)();
+  });
+}
+
+void KLManager::stop() {
+  if (stopped_.exchange(true)) return;
+  removeListeners();
+  if (KLTrigger* const trigger = trigger_) trigger->stop();
+  firstAnswer_->raise();
+}
+
+void KLManager::close() {
+  if (!triggerQueue_) return;
+  // Whatever else the queue holds sees that the manager has stopped; this is the last that runs there.
+  triggerQueue_->sync([this] {
+    if (KLTrigger* const trigger = trigger_) trigger->stop();
+    timer_.reset();
+    if (ownedTrigger_) ownedTrigger_->convertResults().stop();
+  });
+  triggerQueue_.reset();
+  installer_.reset();
+  trigger_ = nullptr;
+  ownedTrigger_.reset();
+  store_.reset();
+}
+
+// Listeners
+
+void KLManager::observe(const char* name, void (KLManager::*handler)()) {
+  tokens_.push_back(around_.notificationCenter.addObserver(name, [weak = weak_from_this(), handler](const auto&) {
+    if (const auto self = weak.lock()) ((*self).*handler)();
+  }));
+}
+
+void KLManager::addListeners() {
+  around_.log.info("KL Manager add listeners");
+  removeListeners();
+  std::lock_guard lock(mutex_);
+  for (const char* const name : {kNimbraTrackEventNotification, kNimbraTrackEventFromH5Notification}) {
+    tokens_.push_back(around_.notificationCenter.addObserver(name, [weak = weak_from_this()](const auto& userInfo) {
+      if (const auto self = weak.lock()) self->trackEvent(userInfo);
+    }));
+  }
+  for (const char* const name : {kNimbraTrackLoginNotification, kNimbraTrackLogoutNotification, kNimbraTrackIdentifyNotification,
+                                 kNimbraTrackResetAnonymousIdNotification, kNimbraSetServerUrlNotification}) {
+    observe(name, &KLManager::switchUser);
+  }
+  observe(kKLApplicationDidEnterBackgroundNotification, &KLManager::applicationDidEnterBackground);
+  observe(kKLApplicationDidBecomeActiveNotification, &KLManager::applicationDidBecomeActive);
+  observe(kKLApplicationDidFinishLaunchingNotification, &KLManager::applicationDidFinishLaunching);
+}
+
+void KLManager::removeListeners() {
+  around_.log.info("Remove listeners for KL Manager");
+  std::vector<KLNotificationCenter::Token> tokens;
+  {
+    std::lock_guard lock(mutex_);
+    tokens.swap(tokens_);
+  }
+  for (const auto token : tokens) around_.notificationCenter.removeObserver(token);
+}
+
+void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
+  if (!userInfo) return;
+  triggerQueue_->async([weak = weak_from_this(), record = *userInfo] {
+    const auto self = weak.lock();
+    if (!self || self->stopped_) return;
+    if (KLTrigger* const trigger = self->trigger_) trigger->triggerEvent(record, self->around_.time.clock.now());
+  });
+}
+
+void KLManager::switchUser() {
+  around_.log.info("switch user, will clean memory data and fetch plans");
+  ++userSwitches_;
+  triggerQueue_->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self || self->stopped_) return;
+    if (KLTrigger* const trigger = self->trigger_) trigger->removePlans();
+    self->fetchPopupConfig();
+  });
+}
+
+void KLManager::applicationDidEnterBackground() {
+  triggerQueue_->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->appRelaunched_ = true;
+    self->timer_.reset();
+    if (self->ownedTrigger_) self->ownedTrigger_->convertResults().stop();
+  });
+}
+
+void KLManager::applicationDidBecomeActive() {
+  triggerQueue_->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (!self || self->stopped_ || !self->appRelaunched_) return;
+    const auto options = self->options();
+    if (!options) {
+      self->around_.log.error("Kaleo Config optons was nil, you must initialize Kaleo SDK correctly");
+      return;
+    }
+    self->appRelaunched_ = false;
+    if (self->ownedTrigger_) self->ownedTrigger_->convertResults().resetDuration();
+    self->makeTimer(0, options->fetchPlansInterval());
+  });
+}
+
+void KLManager::applicationDidFinishLaunching() {
+  triggerQueue_->async([weak = weak_from_this()] {
+    if (const auto self = weak.lock()) self->appRelaunched_ = false;
+  });
+}
+
+// Calls of the application
+
+void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion) {
+  if (!completion) completion = [](const auto&) {};
+  if (!hasCompleteInit_) {
+    constexpr const char* message = "You should not invoke this function before SDK init";
+    around_.log.error("{}", message);
+    completion({false, {}, KLError::kaleo(KLError::NotInitialized, message)});
+    return;
+  }
+  around_.log.info("Start fetching popup plans config");
+  fetcher_.fetchCampaignsWithSuccess(
+      options()->apiBaseURL(),
+      [weak = weak_from_this(), completion, switches = userSwitches_.load()](const auto& response, auto config) {
+        if (const auto self = weak.lock()) {
+          self->triggerQueue_->async([weak, result = FetchResult{std::move(config), switches}] {
+            const auto manager = weak.lock();
+            if (manager && !manager->stopped_) manager->install(result);
+          });
+        }
+        const KLValue* const plans = response ? response->find("popup_plans") : nullptr;
+        completion({true, plans ? *plans : KLValue(KLValue::Array{}), std::nullopt});
+      },
+      [weak = weak_from_this(), completion](std::optional<KLError> error) {
+        if (const auto self = weak.lock()) self->around_.log.info("Fetch popup config failed");
+        completion({false, {}, std::move(error)});
+      });
+}
+
+bool KLManager::handleOpenURL(const std::string& url) {
+  around_.log.info("Handle open url: {}", url);
+  const auto test = KLCampaignTest::withURL(url);
+  const auto opts = options();
+  if (!test || !opts) return false;
+  return test->handle(opts->apiBaseURL(), around_.network, around_.bridge, [weak = weak_from_this()](const KLValue* reply) {
+    const auto self = weak.lock();
+    if (!self || !reply || !reply->isObject()) return;
+    const auto show = self->presentation().showTestCampaign;
+    if (!show) return;
+    const KLValue* const name = reply->find("name");
+    auto title = name && name->isString() ? std::optional(name->asString()) : std::nullopt;
+    show(std::make_shared<KLCampaign>(std::nullopt, std::move(title), std::nullopt, *reply));
+  });
+}
+
+}  // namespace kaleo

@@ -1,0 +1,119 @@
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Core/Base/Manager/KLConfigurationInstaller.h"
+#include "Core/Base/Manager/KLManagerSurroundings.h"
+#include "Core/Base/Network/KLNetworkReachability.h"
+#include "Core/Base/Network/KLPopupConfigFetcher.h"
+#include "Core/Base/Support/KLRepeatingTimer.h"
+#include "Core/Base/Trigger/KLTrigger.h"
+#include "Core/DataStore/KaleoDataStore.h"
+#include "kaleo/KLConfigOptions.h"
+#include "kaleo/KLDelegates.h"
+
+namespace kaleo {
+
+/// Owns the running state of one library: the options, the trigger and its queue, the store, the refresh timer. Starts it, keeps
+/// the configuration fresh, and turns the host's and the application's notifications into work on the trigger queue.
+///
+/// Threads: public members may be called from any thread; none waits for the trigger queue, the network or the disk, but the
+/// destructor, which ends everything in order.
+class KLManager : public std::enable_shared_from_this<KLManager> {
+ public:
+  /// How long the start waits for the first answer of the server, in seconds.
+  static constexpr double kStartTimeout = 30;
+
+  static std::shared_ptr<KLManager> create(KLManagerSurroundings surroundings);
+  ~KLManager();
+  KLManager(const KLManager&) = delete;
+  KLManager& operator=(const KLManager&) = delete;
+
+  /// Posts the start sequence and begins to listen. Once.
+  void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  /// Fetches the configuration on demand. `completion` runs on the network's thread, possibly before the answer is in force; before
+  /// the start is complete it runs at once with error 1007.
+  void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
+  /// Shows a test popup when `url` asks for one.
+  bool handleOpenURL(const std::string& url);
+
+  std::shared_ptr<KLConfigOptions> options() const;
+  std::shared_ptr<const KLPopupPlanModel> planWithIdentifier(const std::string& planID) const;
+  bool hasCompleteInit() const { return hasCompleteInit_; }
+
+  /// Lets everything go that waits, and stops listening: from here on nothing is triggered, fetched or timed. Any thread but the
+  /// trigger queue.
+  void stop();
+  /// Ends the trigger queue and writes what is stored. After `stop` and once no callback of the network can come any more.
+  void close();
+
+ private:
+  /// What a fetch brought; no config: it failed.
+  struct FetchResult {
+    std::shared_ptr<KLPopupConfig> config;
+    std::uint64_t userSwitch = 0;  ///< how many user switches there had been when it was asked for
+  };
+  using OnFetched = std::function<void(FetchResult)>;
+
+  explicit KLManager(KLManagerSurroundings surroundings);
+
+  // Start sequence, on the trigger queue.
+  void runStartSequence();
+  void setUpStore();
+  void loadHistoryPopupConfig();
+  void waitForFirstConfiguration();
+  /// An answer to a fetch of the start, on the network's thread: handed to the waiting trigger queue, or, when that waits no more,
+  /// put into force there later.
+  void takeStartResult(FetchResult result);
+
+  // Listeners.
+  void addListeners();
+  void removeListeners();
+  void observe(const char* name, void (KLManager::*handler)());
+  void trackEvent(const std::optional<KLValue>& userInfo);
+  void switchUser();
+  void applicationDidEnterBackground();
+  void applicationDidBecomeActive();
+  void applicationDidFinishLaunching();
+
+  // Refresh.
+  void fetchPopupConfig();
+  void fetch(OnFetched onFetched);
+  /// Puts an answer into force, unless it was asked for before the last user switch: each switch asks anew.
+  void install(const FetchResult& result);
+  void applyFetched(const FetchResult& result);
+  void fetchPopupConfigWithInterval(double seconds);
+  void makeTimer(double fireTime, double interval);
+  void onTriggerQueue(void (KLManager::*work)());
+  KLPresentationHooks presentation() const;
+
+  KLManagerSurroundings around_;
+  KLPopupConfigFetcher fetcher_;
+  KLNetworkReachabilityManager reachabilityManager_;
+  std::atomic<bool> hasCompleteInit_{false};
+  std::atomic<bool> stopped_{false};
+  std::atomic<std::uint64_t> userSwitches_{0};
+  std::shared_ptr<KLWakeUp> firstAnswer_;  ///< raised by the first answer, and by `stop`
+  mutable std::mutex mutex_;               ///< guards what follows
+  std::shared_ptr<KLConfigOptions> options_;
+  KLPresentationHooks presentation_;
+  bool waitingForStart_ = false;
+  std::vector<FetchResult> startResults_;  ///< answers that came while the start waited for them
+  std::vector<KLNotificationCenter::Token> tokens_;
+
+  // Trigger queue only; declared in the order of need, so that what uses goes before what is used.
+  bool appRelaunched_ = false;
+  std::unique_ptr<KaleoDataStore> store_;
+  std::unique_ptr<KLTrigger> ownedTrigger_;
+  std::atomic<KLTrigger*> trigger_{nullptr};  ///< any thread, null before the start
+  std::unique_ptr<KLConfigurationInstaller> installer_;
+  std::unique_ptr<KLRepeatingTimer> timer_;
+  std::shared_ptr<KLQueue> triggerQueue_;
+};
+
+}  // namespace kaleo

@@ -1,0 +1,60 @@
+#include "Core/Base/Manager/KLManager.h"
+
+namespace kaleo {
+
+void KLManager::fetch(OnFetched onFetched) {
+  const auto opts = options();
+  if (!opts) return;
+  const std::uint64_t switches = userSwitches_;
+  fetcher_.fetchCampaignsWithSuccess(
+      opts->apiBaseURL(),
+      [weak = weak_from_this(), onFetched, switches](const auto&, auto config) {
+        const auto self = weak.lock();
+        if (!self) return;
+        self->around_.log.info("Fetch popup config success");
+        onFetched({std::move(config), switches});
+      },
+      [weak = weak_from_this(), onFetched, switches](const auto&) {
+        const auto self = weak.lock();
+        if (!self) return;
+        self->around_.log.info("Fetch popup config failed");
+        onFetched({nullptr, switches});
+      });
+}
+
+void KLManager::fetchPopupConfig() {
+  around_.log.info("Start fetching popup plans config");
+  fetch([weak = weak_from_this()](FetchResult result) {
+    const auto self = weak.lock();
+    if (!self) return;
+    self->triggerQueue_->async([weak, result = std::move(result)] {
+      const auto manager = weak.lock();
+      if (manager && !manager->stopped_) manager->applyFetched(result);
+    });
+  });
+}
+
+void KLManager::install(const FetchResult& result) {
+  if (!result.config || result.userSwitch != userSwitches_) return;
+  installer_->setPopupConfig(result.config, *options(), presentation());
+}
+
+void KLManager::applyFetched(const FetchResult& result) {
+  install(result);
+  fetchPopupConfigWithInterval(options()->fetchPlansInterval());
+}
+
+void KLManager::fetchPopupConfigWithInterval(double seconds) {
+  if (timer_ && seconds == options()->fetchPlansInterval()) return;
+  makeTimer(seconds, seconds);
+}
+
+void KLManager::makeTimer(double fireTime, double interval) {
+  timer_.reset();
+  timer_ = std::make_unique<KLRepeatingTimer>(around_.threading, fireTime, interval, true, [weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (self && !self->stopped_) self->fetchPopupConfig();
+  });
+}
+
+}  // namespace kaleo

@@ -1,0 +1,129 @@
+#include "Core/Base/Manager/KLManager.h"
+#include "Core/DataStore/Migration/KLDataMigrateHelper.h"
+#include "Core/Nimbra/KLEventTracker.h"
+#include "Foundation/KLURL.h"
+
+namespace kaleo {
+namespace {
+
+constexpr const char* kKeyFileName = "org.kaleo.KLAES";
+constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
+
+/// Whether the popup server runs on this machine: it can then be reached whatever the network is.
+bool isLoopback(const std::string& apiBaseURL) {
+  const auto url = KLURL::parse(apiBaseURL);
+  return url && (url->host() == "localhost" || url->host() == "[::1]" || url->host().starts_with("127."));
+}
+
+}  // namespace
+
+void KLManager::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options) {
+  triggerQueue_->async([weak = weak_from_this(), options = std::move(options)] {
+    const auto self = weak.lock();
+    if (!self || self->stopped_) return;
+    KLSwizzler::swizzle(self->around_.host);
+    {
+      std::lock_guard lock(self->mutex_);
+      self->options_ = options;
+    }
+    self->runStartSequence();
+  });
+  addListeners();
+}
+
+void KLManager::runStartSequence() {
+  if (around_.makePresentation) {
+    auto hooks = around_.makePresentation();
+    std::lock_guard lock(mutex_);
+    presentation_ = std::move(hooks);
+  }
+  if (around_.makeDiagnosis) {
+    if (auto recorder = around_.makeDiagnosis()) {
+      recorder->setDiagnosisExpiration(options()->diagnosisExpiration());
+      recorder->addDiagnostor();
+      around_.diagnosis.set(std::move(recorder));
+    }
+  }
+  setUpStore();
+  loadHistoryPopupConfig();
+  store_->deleteExpiredData();
+  waitForFirstConfiguration();
+  hasCompleteInit_ = !stopped_;
+}
+
+void KLManager::setUpStore() {
+  const KLDirectories& directories = around_.directories;
+  store_ = std::make_unique<KaleoDataStore>(KLDataStoreSurroundings{
+      around_.threading, around_.log, around_.time.clock, around_.random, around_.bridge, around_.hostStore, around_.diagnosis,
+      directories.documents.empty() ? directories.documents : directories.documents / KaleoDataStore::kDatabaseFileName,
+      directories.library / kKeyFileName});
+  KLUserDefaults defaults(directories.library / kUserDefaultsFileName);
+  KLDataMigrateHelper({around_.log, *store_, around_.hostStore, around_.bridge, around_.diagnosis, around_.time, around_.user,
+                       defaults, directories.documents})
+      .migrate();
+  const auto distinctId = around_.bridge.distinctId();
+  around_.user.setUserId(distinctId ? store_->userIdWithDistinctId(*distinctId).value_or("") : "");
+  ownedTrigger_ = std::make_unique<KLTrigger>(
+      KLTriggerSurroundings{around_.threading, triggerQueue_, around_.notificationCenter, around_.bridge, around_.hostStore,
+                            around_.log, *store_, around_.diagnosis, around_.time, around_.user, around_.random, around_.network,
+                            [weak = weak_from_this()] {
+                              const auto self = weak.lock();
+                              const auto opts = self ? self->options() : nullptr;
+                              return opts ? opts->apiBaseURL() : std::string();
+                            },
+                            [weak = weak_from_this()] {
+                              const auto self = weak.lock();
+                              return self ? self->presentation().showCampaign : KLShowCampaign();
+                            }});
+  trigger_ = ownedTrigger_.get();
+  if (stopped_) ownedTrigger_->stop();
+  installer_ = std::make_unique<KLConfigurationInstaller>(around_, *store_, *ownedTrigger_);
+}
+
+void KLManager::loadHistoryPopupConfig() {
+  around_.log.info("Start to load local popup config and set it to trigger");
+  ownedTrigger_->setPopupConfig(installer_->loadStoredPlans());
+}
+
+void KLManager::waitForFirstConfiguration() {
+  {
+    std::lock_guard lock(mutex_);
+    waitingForStart_ = true;
+  }
+  reachabilityManager_.setNetworkStatusChanged([weak = weak_from_this()](KLReachability status) {
+    const auto self = weak.lock();
+    if (!self || self->stopped_ || status == KLReachability::NotReachable) return;
+    self->fetch([weak](FetchResult result) {
+      if (const auto manager = weak.lock()) manager->takeStartResult(std::move(result));
+    });
+  });
+  reachabilityManager_.startMonitoring(isLoopback(options()->apiBaseURL()));
+  firstAnswer_->wait(kStartTimeout);
+  std::vector<FetchResult> results;
+  {
+    std::lock_guard lock(mutex_);
+    waitingForStart_ = false;
+    results.swap(startResults_);
+  }
+  for (const FetchResult& result : results) {
+    if (!stopped_) applyFetched(result);
+  }
+  reachabilityManager_.stopMonitoring();
+}
+
+void KLManager::takeStartResult(FetchResult result) {
+  {
+    std::lock_guard lock(mutex_);
+    if (waitingForStart_) {
+      startResults_.push_back(std::move(result));
+      firstAnswer_->raise();
+      return;
+    }
+  }
+  triggerQueue_->async([weak = weak_from_this(), result = std::move(result)] {
+    const auto self = weak.lock();
+    if (self && !self->stopped_) self->applyFetched(result);
+  });
+}
+
+}  // namespace kaleo

@@ -1,0 +1,255 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <httplib.h>
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <condition_variable>
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+
+#include "Foundation/KLJSON.h"
+#include "Support/TemporaryDirectory.h"
+#include "serve/PopupServer.h"
+
+namespace kaleo::tools {
+namespace {
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+namespace fs = std::filesystem;
+
+/// A real server over a directory of its own, with a secret beside the directory.
+class ServeTest : public testing::Test {
+ protected:
+  ServeTest() {
+    fs::create_directories(root() / "layouts");
+    fs::create_directories(root() / "images");
+    fs::create_directories(root() / "popup_windows");
+    write("../secret.json", R"({"secret": true})");
+    server_ = std::make_unique<PopupServer>(PopupServer::Options{.directory = root(), .print = [this](const std::string& line) {
+                                                                   const std::lock_guard lock(mutex_);
+                                                                   lines_.push_back(line);
+                                                                   printed_.notify_all();
+                                                                 }});
+    std::string error;
+    if (!server_->start(error)) throw std::runtime_error(error);
+  }
+
+  fs::path root() const { return sandbox_ / "campaigns"; }
+  void write(const std::string& name, const std::string& text) const { std::ofstream(root() / name, std::ios::binary) << text; }
+
+  httplib::Response get(const std::string& target, const httplib::Headers& headers = {}) const {
+    httplib::Client client("127.0.0.1", server_->port());
+    client.set_url_encode(false);
+    const auto result = client.Get(target, headers);
+    return result ? *result : httplib::Response{};
+  }
+  KLValue json(const std::string& target) const { return KLJSON::parse(get(target).body).value_or(KLValue()); }
+
+  /// The first printed line that holds `text`; a request's line comes a moment after its reply.
+  std::string line(const std::string& text) {
+    std::unique_lock lock(mutex_);
+    std::string found;
+    printed_.wait_for(lock, std::chrono::seconds(10), [&] {
+      const auto at = std::find_if(lines_.begin(), lines_.end(), [&](const std::string& l) { return l.find(text) != l.npos; });
+      return at != lines_.end() && (found = *at, true);
+    });
+    return found;
+  }
+
+  TemporaryDirectory sandbox_;
+  std::mutex mutex_;
+  std::condition_variable printed_;
+  std::vector<std::string> lines_;  ///< guarded by mutex_
+  std::unique_ptr<PopupServer> server_;
+};
+
+TEST_F(ServeTest, PutsLayoutsAndPlaceholdersIntoTheConfiguration) {
+  write("layouts/sale.json", R"({"image": "{{base}}/images/sale.png", "greeting": "{{distinct_id}}"})");
+  write("user_popup_configs.json", R"({"user_id": "{{distinct_id}}", "popup_plans": [
+      {"plan_id": 1, "popup_window_content": {"name": "Sale", "layout": "sale.json"}},
+      {"plan_id": 2, "popup_window_content": {"content": "as it is"}}, 3]})");
+  const KLValue configs = json("/klo/user_popup_configs?distinct_id=a%22b%20%7B&platform=IOS");
+  EXPECT_EQ(configs.find("user_id")->asString(), "a\"b {");
+  const auto& plans = configs.find("popup_plans")->asArray();
+  ASSERT_EQ(plans.size(), 3u);
+  const KLValue& content = *plans[0].find("popup_window_content");
+  EXPECT_EQ(content.find("layout"), nullptr);
+  EXPECT_EQ(content.find("name")->asString(), "Sale");
+  const auto layout = KLJSON::parse(content.find("content")->asString());
+  ASSERT_TRUE(layout);
+  EXPECT_EQ(layout->find("image")->asString(), server_->url() + "/images/sale.png");
+  EXPECT_EQ(layout->find("greeting")->asString(), "a\"b {");
+  EXPECT_EQ(plans[1].find("popup_window_content")->find("content")->asString(), "as it is");
+}
+
+TEST_F(ServeTest, TakesTheBaseFromTheHostHeaderUnlessItIsNoHost) {
+  write("user_popup_configs.json", R"({"base": "{{base}}"})");
+  EXPECT_EQ(get("/klo/user_popup_configs", {{"Host", "shop.local:8080"}}).body, R"({"base":"http://shop.local:8080"})");
+  EXPECT_EQ(get("/klo/user_popup_configs", {{"Host", "evil\", \"x\": \""}}).body, R"({"base":")" + server_->url() + "\"}");
+}
+
+TEST_F(ServeTest, ReadsTheFilesAnewAtEachRequest) {
+  EXPECT_EQ(get("/klo/user_popup_configs").status, 404);
+  write("user_popup_configs.json", R"({"v": 1})");
+  EXPECT_EQ(get("/klo/user_popup_configs").body, R"({"v":1})");
+  write("user_popup_configs.json", R"({"v": 2})");
+  EXPECT_EQ(get("/klo/user_popup_configs").body, R"({"v":2})");
+}
+
+TEST_F(ServeTest, SaysWhereAFileIsFaulty) {
+  struct Case {
+    const char* text;
+    const char* place;
+  };
+  const Case cases[] = {
+      {"{\"a\": 1,\n  \"ü\": tru}", ":2:8: expected a value"},
+      {"{\"a\": 1,}", ":1:9: expected a member's name"},
+      {"{\"a\": [1 2]}", ":1:10: expected ',' or ']'"},
+      {"{\"a\": \"x\ny\"}", ":1:9: a line break"},
+      {"{\"a\": 01}", ":1:7: a number begins with 0"},
+      {"{\"a\": \"\\q\"}", ":1:9: unknown escape"},
+      {"{\"a\": \"\xC0\x80\"}", ":1:8: this is no UTF-8"},
+      {"{\"a\": 1", ":1:8: expected ',' or '}', but the text ends here"},
+      {"{} {}", ":1:4: expected the end"},
+      {"", ":1:1: expected a value"},
+  };
+  for (const Case& c : cases) {
+    write("user_popup_configs.json", c.text);
+    const auto reply = get("/klo/user_popup_configs");
+    EXPECT_EQ(reply.status, 500) << c.text;
+    EXPECT_THAT(reply.body, HasSubstr(std::string("user_popup_configs.json") + c.place)) << c.text;
+  }
+  EXPECT_NE(line("user_popup_configs.json:2:8: expected a value"), "");
+  write("user_popup_configs.json", std::string(2000, '['));
+  EXPECT_THAT(get("/klo/user_popup_configs").body, HasSubstr("nested too deeply"));
+}
+
+TEST_F(ServeTest, SaysWhichLayoutIsFaultyOrMissing) {
+  write("user_popup_configs.json", R"({"popup_plans": [{"popup_window_content": {"layout": "sale.json"}}]})");
+  EXPECT_EQ(get("/klo/user_popup_configs").status, 500);
+  EXPECT_THAT(get("/klo/user_popup_configs").body, HasSubstr("layouts/sale.json is not there"));
+  write("layouts/sale.json", "{\n\"a\": }");
+  EXPECT_THAT(get("/klo/user_popup_configs").body, HasSubstr("layouts/sale.json:2:6: expected a value"));
+}
+
+TEST_F(ServeTest, GivesPopupWindowsByTheirId) {
+  write("layouts/hello.json", R"({"type": 1})");
+  write("popup_windows/12.json", R"({"name": "Hello", "layout": "hello.json"})");
+  EXPECT_EQ(get("/klo/popup_windows/12?project=default").body, R"({"name":"Hello","content":"{\"type\": 1}"})");
+  EXPECT_EQ(get("/klo/popup_windows/13").status, 404);
+}
+
+TEST_F(ServeTest, TellsConversionsOfTheDisplaysAskedFor) {
+  EXPECT_EQ(get("/klo/popup_displays?popup_display_uuids=A").body, "[]");
+  write("popup_displays.json", R"({"A": "2026-01-02 03:04:05", "B": ""})");
+  const KLValue known = json("/klo/popup_displays?distinct_id=u&popup_display_uuids=A%2CB,C");
+  ASSERT_EQ(known.asArray().size(), 2u);
+  EXPECT_EQ(known.asArray()[0],
+            KLValue(KLObject{
+                {"distinct_id", "u"}, {"popup_display_uuid", "A"}, {"display_time", ""}, {"convert_time", "2026-01-02 03:04:05"}}));
+  EXPECT_EQ(known.asArray()[1].find("convert_time")->asString(), "");
+  write("popup_displays.json", R"({"A": "", "*": "later"})");
+  const KLValue all = json("/klo/popup_displays?popup_display_uuids=A,Z");
+  EXPECT_EQ(all.asArray()[0].find("convert_time")->asString(), "");
+  EXPECT_EQ(all.asArray()[1].find("convert_time")->asString(), "later");
+}
+
+TEST_F(ServeTest, ServesPicturesWithTheirType) {
+  const std::string bytes("\x89PNG\0\xFF", 6);
+  write("images/a b.PNG", bytes);
+  const auto reply = get("/images/a%20b.PNG");
+  EXPECT_EQ(reply.body, bytes);
+  EXPECT_EQ(reply.get_header_value("Content-Type"), "image/png");
+  EXPECT_EQ(get("/images/missing.png").status, 404);
+}
+
+TEST_F(ServeTest, NeverLeavesItsDirectory) {
+  fs::create_symlink(sandbox_ / "secret.json", root() / "images/out.json");
+  fs::create_directory_symlink(sandbox_.path(), root() / "images/up");
+  fs::create_symlink("../images/in.json", root() / "popup_windows/in.json");
+  write("images/in.json", "{}");
+  write("popup_windows/7.json", R"({"layout": "../../secret.json"})");
+  mkfifo((root() / "images/pipe").c_str(), 0600);
+  const char* targets[] = {
+      "/images/../../secret.json",
+      "/images/%2e%2e/%2e%2e/secret.json",
+      "/images/..%2f..%2fsecret.json",
+      "/images/..%5c..%5csecret.json",
+      "/images//etc/passwd",
+      "/images/%2fetc%2fpasswd",
+      "/images/in.json%00.png",
+      "/images/%00",
+      "/images/.",
+      "/images/in.json/",
+      "/images/out.json",
+      "/images/up/secret.json",
+      "/images/pipe",
+      "/klo/popup_windows/..%2f..%2fsecret",
+      "/klo/popup_windows/../../secret",
+      "/klo/popup_windows/..",
+      "/klo/popup_windows/7",
+      "/klo/popup_windows/7%00",
+      "/klo/popup_windows/%0a",
+  };
+  for (const char* target : targets) {
+    const auto reply = get(target);
+    EXPECT_TRUE(reply.status == 404 || reply.status == 500 || reply.status == 400) << target << " " << reply.status;
+    EXPECT_THAT(reply.body, testing::Not(HasSubstr("\"secret\""))) << target;
+  }
+  EXPECT_EQ(get("/klo/popup_windows/in").status, 200);  // a link that stays inside
+}
+
+TEST_F(ServeTest, KeepsReports) {
+  httplib::Client client("127.0.0.1", server_->port());
+  ASSERT_EQ(client.Post("/klo/user_diagnose_logs", R"([{"state": 1}])", "application/json")->status, 200);
+  ASSERT_EQ(client.Post("/klo/user_diagnose_logs", R"([{"state": 2}])", "application/json")->status, 200);
+  std::vector<std::string> kept;
+  for (const auto& entry : fs::directory_iterator(root() / "user_diagnose_logs")) {
+    std::ifstream file(entry.path());
+    kept.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+  EXPECT_THAT(kept, testing::UnorderedElementsAre(R"([{"state": 1}])", R"([{"state": 2}])"));
+}
+
+TEST_F(ServeTest, KeepsNoReportOutsideItsDirectory) {
+  fs::create_directory(sandbox_ / "elsewhere");
+  fs::create_directory_symlink(sandbox_ / "elsewhere", root() / "user_diagnose_logs");
+  httplib::Client client("127.0.0.1", server_->port());
+  EXPECT_EQ(client.Post("/klo/user_diagnose_logs", "[]", "application/json")->status, 507);
+  EXPECT_TRUE(fs::is_empty(sandbox_ / "elsewhere"));
+}
+
+TEST_F(ServeTest, PrintsOneLineForEachRequest) {
+  write("images/a.gif", "GIF89a");
+  get("/images/a.gif?x=1%1b");
+  EXPECT_THAT(line("/images/a.gif"),
+              ContainsRegex("^[0-9][0-9]:[0-9][0-9]:[0-9][0-9]  GET  /images/a.gif\\?x=1%1b  200  6 bytes$"));
+  get("/nothing");
+  EXPECT_THAT(line("/nothing"), HasSubstr("  404  "));
+}
+
+TEST_F(ServeTest, StartsNoSecondServerOnTheSamePort) {
+  PopupServer second({.directory = root(), .port = server_->port(), .print = {}});
+  std::string error;
+  EXPECT_FALSE(second.start(error));
+  EXPECT_THAT(error, HasSubstr(std::to_string(server_->port())));
+  const int port = server_->port();
+  server_->stop();
+  PopupServer third({.directory = root(), .port = port, .print = {}});
+  EXPECT_TRUE(third.start(error)) << error;
+  EXPECT_EQ(third.port(), port);
+}
+
+TEST(Serve, NeedsADirectory) {
+  PopupServer server({.directory = "/nowhere/at/all", .print = {}});
+  std::string error;
+  EXPECT_FALSE(server.start(error));
+  EXPECT_EQ(error, "/nowhere/at/all is no directory");
+}
+
+}  // namespace
+}  // namespace kaleo::tools

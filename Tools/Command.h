@@ -1,0 +1,17 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <functional>
+
+namespace kaleo::tools {
+
+/// A subcommand of `kaleo`: each has a file of its own and is listed in main.cpp.
+struct Command {
+  CLI::App* app;             ///< owned by the application that it was added to
+  std::function<int()> run;  ///< after parsing; answers the exit code
+};
+
+/// `kaleo serve DIR`: a popup server over plain files.
+Command serveCommand(CLI::App& kaleo);
+
+}  // namespace kaleo::tools

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace kaleo::tools {
+
+/// Where and why a text is no JSON (RFC 8259), for people who write it by hand.
+struct JSONFault {
+  std::size_t line = 1;    ///< from 1
+  std::size_t column = 1;  ///< in characters (code points), from 1
+  std::string message;     ///< such as "expected ',' or '}'"
+};
+
+/// The first fault in `text`; nothing when there is none. Documents nested deeper than KLJSON::kMaxDepth are at fault, too.
+std::optional<JSONFault> findJSONFault(std::string_view text);
+
+}  // namespace kaleo::tools

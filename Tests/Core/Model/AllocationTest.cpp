@@ -1,36 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <new>
-
+#include "Core/Model/AllocationCounter.h"
 #include "Core/Model/KLEventName.h"
 #include "Core/Model/KLPopupPlanModel.h"
 #include "Support/Values.h"
 
-namespace {
-thread_local bool counting = false;
-thread_local int allocations = 0;
-}  // namespace
-
-void* operator new(std::size_t size) {
-  if (counting) ++allocations;
-  if (void* memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-
 namespace kaleo {
 namespace {
-
-template <class Work>
-int allocationsOf(Work work) {
-  allocations = 0;
-  counting = true;
-  work();
-  counting = false;
-  return allocations;
-}
 
 TEST(Allocations, EvaluatingAnEventMakesNone) {
   const KLCalendar calendar("UTC", KLWeekday::Monday);
@@ -46,16 +22,18 @@ TEST(Allocations, EvaluatingAnEventMakesNone) {
   const KLValue event = testing::fromJSON(R"({"event":"A name beyond any small string store","properties":{
     "price of the thing that was bought":1234.5678,"title of the thing that was bought":"this is a title that is long enough",
     "tags of the thing that was bought":["something", "one of the longer tags here"]}})");
-  bool admitted = false, matched = false;
-  EXPECT_EQ(allocationsOf([&] {
-              const KLEventName name(event);
-              admitted = name.isPresent() && model->permissionFilter.matchWithEvent(event, calendar);
-              matched = model->patternPopup.matcherList[0].isMatchedEvent(event, calendar);
-            }),
-            0);
+
+  testing::AllocationCounter evaluating;
+  const KLEventName name(event);
+  const bool admitted = name.isPresent() && model->permissionFilter.matchWithEvent(event, calendar);
+  const bool matched = model->patternPopup.matcherList[0].isMatchedEvent(event, calendar);
+  EXPECT_EQ(evaluating.count(), 0);
   EXPECT_TRUE(admitted);
   EXPECT_TRUE(matched);
-  EXPECT_GT(allocationsOf([] { EXPECT_EQ(std::string(100, 'x').size(), 100u); }), 0) << "the counter counts";
+
+  testing::AllocationCounter copying;
+  const std::string copy(name.text());
+  EXPECT_EQ(copying.count(), 1) << "the counter counts";
 }
 
 }  // namespace

@@ -9,6 +9,8 @@
 #include <cerrno>
 #include <string>
 
+#include "Foundation/KLDescriptor.h"
+
 namespace kaleo::KLFile {
 namespace {
 
@@ -20,24 +22,6 @@ constexpr mode_t kDefaultFile = 0666;  // the process's mask takes its bits off
 constexpr mode_t kDefaultDirectory = 0777;
 constexpr int kTemporaryNameTries = 100;
 constexpr std::size_t kReadStep = 1u << 20;
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() { close(); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-  bool close() {
-    const int fd = std::exchange(fd_, -1);
-    return fd >= 0 && ::close(fd) == 0;
-  }
-
- private:
-  int fd_;
-};
 
 /// The next `count` bytes at most; -1 on failure.
 ssize_t readSome(int fd, std::uint8_t* to, std::size_t count) {
@@ -78,11 +62,11 @@ int makeTemporary(const fs::path& path, mode_t mode, fs::path& temporary) {
 
 /// Makes a renaming in `directory` last. A file system that cannot do it is no reason to fail: the file is whole either way.
 void synchronizeDirectory(const fs::path& directory) {
-  const Descriptor opened(::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const KLDescriptor opened(::open(directory.empty() ? "." : directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (opened) ::fsync(opened.get());
 }
 
-bool fill(Descriptor& file, const KLBytes& bytes) {
+bool fill(KLDescriptor& file, const KLBytes& bytes) {
   const bool whole = writeAll(file.get(), bytes) && ::fsync(file.get()) == 0;
   return file.close() && whole;
 }
@@ -91,7 +75,7 @@ bool fill(Descriptor& file, const KLBytes& bytes) {
 
 std::optional<KLBytes> read(const fs::path& path, std::size_t maxBytes) {
   // Without O_NONBLOCK the opening of a pipe would wait for a writer.
-  const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+  const KLDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
   struct stat status {};
   if (!file || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
   if (static_cast<std::size_t>(status.st_size) > maxBytes) return std::nullopt;
@@ -112,7 +96,7 @@ bool writeAtomically(const fs::path& path, const KLBytes& bytes, Access access) 
   const bool ownerOnly = access == Access::OwnerOnly;
   if (!makeDirectories(path.parent_path(), ownerOnly ? kOwnerOnlyDirectory : kDefaultDirectory)) return false;
   fs::path temporary;
-  Descriptor file(makeTemporary(path, ownerOnly ? kOwnerOnlyFile : kDefaultFile, temporary));
+  KLDescriptor file(makeTemporary(path, ownerOnly ? kOwnerOnlyFile : kDefaultFile, temporary));
   if (!file) return false;
   if (!fill(file, bytes) || ::rename(temporary.c_str(), path.c_str()) != 0) {
     ::unlink(temporary.c_str());

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <optional>
 
+#include "Foundation/KLDescriptor.h"
 #include "Foundation/KLThreadStart.h"
 #include "Platform/Linux/KLRouteSnapshot.h"
 
@@ -24,21 +25,6 @@ constexpr std::uint32_t kGroups = RTMGRP_LINK | RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_
 constexpr std::size_t kReceiveBytes = 32u << 10;
 /// The kernel answers at once; this only keeps a broken one from holding the caller.
 constexpr timeval kAnswerTimeout = {2, 0};
-
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ >= 0) ::close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-  explicit operator bool() const { return fd_ >= 0; }
-
- private:
-  int fd_;
-};
 
 int openNetlink(int flags) { return ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | flags, NETLINK_ROUTE); }
 
@@ -85,7 +71,7 @@ bool dump(int fd, std::uint16_t type, KLRouteSnapshot& snapshot) {
 }
 
 KLReachability presentState() {
-  const Descriptor netlink(openNetlink(0));
+  const KLDescriptor netlink(openNetlink(0));
   if (!netlink) return KLReachability::Other;
   ::setsockopt(netlink.get(), SOL_SOCKET, SO_RCVTIMEO, &kAnswerTimeout, sizeof kAnswerTimeout);
   KLRouteSnapshot snapshot(KLIsWWANLink);
@@ -147,8 +133,8 @@ class KLNetlinkReachability::Watch {
   }
 
   const Changed changed_;
-  const Descriptor changes_;
-  const Descriptor wake_;
+  const KLDescriptor changes_;
+  const KLDescriptor wake_;
   std::atomic<bool> stopped_ = false;
   std::optional<KLReachability> reported_;  ///< `start`'s thread first, then the watch's own
 };

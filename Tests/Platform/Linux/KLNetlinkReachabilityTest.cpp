@@ -69,12 +69,15 @@ TEST(KLNetlinkReachability, TheListenerMayStopItAndMayThrow) {
   EXPECT_NO_THROW(source.start([](KLReachability) { throw std::runtime_error("listener"); }));
 }
 
+constexpr const char* kMakeLink = "ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up";
+
 /// Runs `body` on a thread with network links of its own; false where the system does not allow that.
 template <class Body>
 bool inOwnNetwork(Body body) {
   return std::async(std::launch::async,
                     [&] {
-                      if (::unshare(CLONE_NEWNET) != 0 || std::system("ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up") != 0)
+                      if (::unshare(CLONE_NEWNET) != 0 ||
+                          std::system("ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up") != 0)
                         return false;
                       body();
                       return true;

@@ -11,9 +11,9 @@
 namespace kaleo {
 namespace {
 
+using ::testing::ElementsAre;
 using testing::GIFFrameSketch;
 using testing::makeGIF;
-using ::testing::ElementsAre;
 using ::testing::Optional;
 
 constexpr std::uint8_t K = 0, R = 1, G = 2, B = 3;

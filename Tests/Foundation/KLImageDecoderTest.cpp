@@ -63,7 +63,8 @@ TEST(KLImageDecoder, ReadsEveryKindOfPNG) {
   EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(2, 1, 8, SPNG_COLOR_TYPE_TRUECOLOR), {1, 2, 3, 4, 5, 6})),
               ElementsAre(1, 2, 3, 255, 4, 5, 6, 255));
   EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(8, 1, 1, SPNG_COLOR_TYPE_GRAYSCALE), {0b10000000})).at(0), 255);
-  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(1, 1, 8, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA), {200, 51})), ElementsAre(40, 40, 40, 51));
+  EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(1, 1, 8, SPNG_COLOR_TYPE_GRAYSCALE_ALPHA), {200, 51})),
+              ElementsAre(40, 40, 40, 51));
   EXPECT_THAT(pixelsOf(testing::makePNG(pngHeader(1, 1, 16, SPNG_COLOR_TYPE_TRUECOLOR), {0, 0xFF, 0, 0x80, 0, 0})),
               ElementsAre(0xFF, 0x80, 0, 255));
 
@@ -128,10 +129,10 @@ TEST(KLImageDecoder, RefusesWhatTheHeaderDeclaresTooLarge) {
 
 /// One picture of each format, small enough to break at every byte.
 std::vector<KLBytes> samplesOfAllFormats() {
-  return {
-      testing::makePNG(pngHeader(5, 5, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), solid(25, {90})),
-      testing::makeJPEG(9, 9, 3, solid(81, {10, 200, 30})), testing::makeJPEG(9, 9, 4, solid(81, {10, 200, 30, 99})),
-      testing::makeGIF(4, 4, {{.width = 4, .height = 4, .indices = Samples(16, 2)}, {.left = 2, .width = 3, .indices = {1, 2, 3}}})};
+  return {testing::makePNG(pngHeader(5, 5, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), solid(25, {90})),
+          testing::makeJPEG(9, 9, 3, solid(81, {10, 200, 30})), testing::makeJPEG(9, 9, 4, solid(81, {10, 200, 30, 99})),
+          testing::makeGIF(4, 4,
+                           {{.width = 4, .height = 4, .indices = Samples(16, 2)}, {.left = 2, .width = 3, .indices = {1, 2, 3}}})};
 }
 
 void playThrough(const std::shared_ptr<const KLImage>& image) {

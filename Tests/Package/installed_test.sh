@@ -12,6 +12,8 @@ mv "$work/first" "$work/prefix"
 
 stray=$(cd "$work/prefix" && find . -name '*.h' -not -path './include/kaleo/*' -not -path './include/kaleo-qt/*')
 [ -z "$stray" ] || fail "private headers are installed: $stray"
+[ -f "$work/prefix/share/kaleo/Kaleo.bundle/placeholder.png" ] || fail "the resources are missing"
+if [ -x "$build/bin/kaleo" ]; then "$work/prefix/bin/kaleo" --version | grep -qF "$version" || fail "the kaleo command does not run"; fi
 if grep -rlF -e "$build" -e "$here" "$work/prefix" --include='*.cmake' --include='*.pc'; then fail "a package file names the build"; fi
 
 echo "== find_package"

@@ -10,13 +10,11 @@ namespace kaleo {
 namespace {
 
 class KLPopupConfigFetcherTest : public ::testing::Test {
-protected:
-  std::shared_ptr<KLHTTPTask>
-  fetch(const std::string &base = "https://host/base") {
+ protected:
+  std::shared_ptr<KLHTTPTask> fetch(const std::string& base = "https://host/base") {
     return fetcher.fetchCampaignsWithSuccess(
         base,
-        [this](std::optional<KLValue> answer,
-               std::shared_ptr<KLPopupConfig> model) {
+        [this](std::optional<KLValue> answer, std::shared_ptr<KLPopupConfig> model) {
           ++successes;
           response = std::move(answer);
           config = std::move(model);
@@ -27,12 +25,9 @@ protected:
         });
   }
   void answer(std::string_view body, int status = 200) {
-    session.answer(session.size() - 1, KLBytes(body.begin(), body.end()),
-                   status);
+    session.answer(session.size() - 1, KLBytes(body.begin(), body.end()), status);
   }
-  std::string sentURL() const {
-    return session[session.size() - 1].request.url;
-  }
+  std::string sentURL() const { return session[session.size() - 1].request.url; }
 
   testing::FakeHost host;
   const KLLog log{host.registry};
@@ -50,43 +45,38 @@ protected:
 TEST_F(KLPopupConfigFetcherTest, AsksForThePresentUsersPlans) {
   host.nimbra->setIdentity("a b&c");
   ASSERT_NE(fetch(), nullptr);
-  EXPECT_EQ(sentURL(), "https://host/base/klo/"
-                       "user_popup_configs?distinct_id=a%20b%26c&platform=IOS&"
-                       "project=default&sdk_version=0.7.3");
+  EXPECT_EQ(sentURL(),
+            "https://host/base/klo/"
+            "user_popup_configs?distinct_id=a%20b%26c&platform=IOS&"
+            "project=default&sdk_version=0.7.3");
   EXPECT_EQ(session[0].request.method, "GET");
   EXPECT_TRUE(session[0].request.body.empty());
-  EXPECT_EQ(session[0].request.headers,
-            (KLHTTPHeaders{{"Content-Type", "application/json"}}));
+  EXPECT_EQ(session[0].request.headers, (KLHTTPHeaders{{"Content-Type", "application/json"}}));
 }
 
 TEST_F(KLPopupConfigFetcherTest, TheBaseURLsPathAndQueryAreKept) {
-  const std::string query =
-      "distinct_id=user-1&platform=IOS&project=default&sdk_version=0.7.3";
-  const std::pair<const char *, const char *> bases[] = {
+  const std::string query = "distinct_id=user-1&platform=IOS&project=default&sdk_version=0.7.3";
+  const std::pair<const char*, const char*> bases[] = {
       {"https://host", "https://host/klo/user_popup_configs?"},
       {"https://host/", "https://host/klo/user_popup_configs?"},
       {"http://host:8080/a/b/", "http://host:8080/a/b/klo/user_popup_configs?"},
-      {"https://host/base?project=x",
-       "https://host/base/klo/user_popup_configs?project=x&"},
+      {"https://host/base?project=x", "https://host/base/klo/user_popup_configs?project=x&"},
   };
-  for (const auto &[base, url] : bases) {
+  for (const auto& [base, url] : bases) {
     fetch(base);
     EXPECT_EQ(sentURL(), url + query);
   }
 }
 
-TEST_F(KLPopupConfigFetcherTest,
-       WithoutDistinctIdOrBaseURLNothingIsSentAndNoCallbackRuns) {
+TEST_F(KLPopupConfigFetcherTest, WithoutDistinctIdOrBaseURLNothingIsSentAndNoCallbackRuns) {
   EXPECT_EQ(fetch("no url"), nullptr);
   EXPECT_EQ(fetch(""), nullptr);
   host.nimbra->setIdentity(std::nullopt);
   EXPECT_EQ(fetch(), nullptr);
   EXPECT_EQ(session.size(), 0u);
   EXPECT_EQ(successes + failures, 0);
-  EXPECT_EQ(host.log->messages(1),
-            (std::vector<std::string>{"Invalid api base url:  no url",
-                                      "Invalid api base url:  ",
-                                      "Get Nimbra distinctId value failed"}));
+  EXPECT_EQ(host.log->messages(1), (std::vector<std::string>{"Invalid api base url:  no url",
+                                                             "Invalid api base url:  ", "Get Nimbra distinctId value failed"}));
 }
 
 TEST_F(KLPopupConfigFetcherTest, TheModelBearsTheIdentityOfTheRequest) {
@@ -99,12 +89,10 @@ TEST_F(KLPopupConfigFetcherTest, TheModelBearsTheIdentityOfTheRequest) {
   EXPECT_EQ(config->userId, "17");
   EXPECT_EQ(config->fetchPlansInterval, 600000);
   ASSERT_TRUE(response.has_value());
-  EXPECT_TRUE(host.log->contains(
-      R"({"user_id":"17","config_pull_interval_ms":600000})"));
+  EXPECT_TRUE(host.log->contains(R"({"user_id":"17","config_pull_interval_ms":600000})"));
 }
 
-TEST_F(KLPopupConfigFetcherTest,
-       AnAnswerThatIsNoJSONGivesAConfigurationWithoutPlans) {
+TEST_F(KLPopupConfigFetcherTest, AnAnswerThatIsNoJSONGivesAConfigurationWithoutPlans) {
   fetch();
   answer("<html>");
   ASSERT_EQ(successes, 1);
@@ -130,5 +118,5 @@ TEST_F(KLPopupConfigFetcherTest, FailuresReachTheCallerUnchanged) {
   EXPECT_EQ(successes, 0);
 }
 
-} // namespace
-} // namespace kaleo
+}  // namespace
+}  // namespace kaleo

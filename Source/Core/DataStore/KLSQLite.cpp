@@ -80,6 +80,8 @@ bool KLSQLiteConnection::open(const std::filesystem::path& path, const std::stri
   const int code = sqlite3_open_v2(path.c_str(), &handle, flags, vfs.empty() ? nullptr : vfs.c_str());
   handle_.reset(handle);
   opened_ = code == SQLITE_OK && configure();
+  // The statements that configure are right: a plain error of theirs speaks of the file.
+  isUnknownFormat_ = code == SQLITE_OK && !opened_ && errorCode() == SQLITE_ERROR;
   return opened_;
 }
 
@@ -103,6 +105,7 @@ bool KLSQLiteConnection::configure() {
 void KLSQLiteConnection::close() {
   handle_.reset();
   opened_ = false;
+  isUnknownFormat_ = false;
 }
 
 bool KLSQLiteConnection::execute(const std::string& script) {
@@ -123,7 +126,7 @@ std::string KLSQLiteConnection::errorMessage() const {
 
 bool KLSQLiteConnection::isDamaged() const {
   const int code = errorCode() & kPrimaryCodeMask;
-  return code == SQLITE_CORRUPT || code == SQLITE_NOTADB;
+  return code == SQLITE_CORRUPT || code == SQLITE_NOTADB || isUnknownFormat_;
 }
 
 KLSQLiteTransaction::KLSQLiteTransaction(KLSQLiteConnection& connection, Kind kind)

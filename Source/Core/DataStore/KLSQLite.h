@@ -86,7 +86,7 @@ class KLSQLiteConnection {
   /// The extended result code and the text of the last failure.
   int errorCode() const;
   std::string errorMessage() const;
-  /// Whether the last failure says that the file is no database or a damaged one.
+  /// Whether the last failure says that the file is no database, a damaged one, or of a format that this SQLite does not know.
   bool isDamaged() const;
 
  private:
@@ -97,6 +97,7 @@ class KLSQLiteConnection {
   };
   std::unique_ptr<sqlite3, Close> handle_;
   bool opened_ = false;
+  bool isUnknownFormat_ = false;
 };
 
 /// Ends a statement's run when it goes out of scope.

@@ -1,4 +1,5 @@
 #include <fstream>
+#include <random>
 
 #include "Core/DataStore/DatabaseFixture.h"
 #include "Core/DataStore/KaleoDatabase.h"
@@ -48,6 +49,45 @@ TEST_F(KaleoDatabaseFaultTest, ATruncatedFileIsSetAside) {
   KaleoDatabase database = makeDatabase();
   expectUsable(database);
   EXPECT_EQ(damagedFiles(), std::vector<std::string>{"damaged-1700000000"});
+}
+
+TEST_F(KaleoDatabaseFaultTest, AFileOfAnUnknownFormatIsSetAside) {
+  makeDatabase().saveUserId("u", "d");
+  KLBytes image = *KLFile::read(file);
+  image[47] = 9;  // the schema format number, of which 4 is the latest
+  ASSERT_TRUE(KLFile::writeAtomically(file, image));
+  KaleoDatabase wrongLayer = makeDatabase("no such layer");
+  EXPECT_FALSE(wrongLayer.isOpen());
+  EXPECT_EQ(damagedFiles(), std::vector<std::string>{});  // says nothing about the file
+  KaleoDatabase database = makeDatabase();
+  expectUsable(database);
+  EXPECT_EQ(damagedFiles(), std::vector<std::string>{"damaged-1700000000"});
+}
+
+TEST_F(KaleoDatabaseFaultTest, NoDamageStopsTheStoreForLong) {
+  for (int i = 0; i < 30; ++i) {
+    makeDatabase().saveWindowData(KLBytes(9000, 'w'), Name::ConvertWindow, "u", std::to_string(i));
+  }
+  const KLBytes image = *KLFile::read(file);
+  constexpr std::size_t kPage = 4096;
+  constexpr std::size_t kPastFormatVersions = 20;  // higher versions there make a file that SQLite only reads
+  std::mt19937 chance(7);
+  for (int round = 0; round < 12; ++round) {
+    KLBytes damaged = image;
+    for (int i = 0; i < 6; ++i) {
+      const std::size_t page = chance() % (image.size() / kPage) * kPage;
+      damaged[page + (page ? chance() % 12 : kPastFormatVersions + chance() % 100)] = static_cast<std::uint8_t>(chance());
+    }
+    if (round % 4 == 0) damaged.resize(chance() % damaged.size());
+    ASSERT_TRUE(KLFile::writeAtomically(file, damaged));
+    KaleoDatabase database = makeDatabase();
+    for (int i = 0; i < 2; ++i) {
+      database.saveWindowData(bytes("new"), Name::ConvertWindow, "u", "3");
+      database.deleteExpiredDataWithDuration(1e6);
+    }
+    EXPECT_TRUE(database.saveWindowData(bytes("new"), Name::ConvertWindow, "u", "3")) << round;
+    EXPECT_EQ(database.planWindowWithUserId("u", "3", Name::ConvertWindow), bytes("new")) << round;
+  }
 }
 
 TEST_F(KaleoDatabaseFaultTest, DamageFoundLaterIsSetAsideAtTheNextOperation) {

@@ -42,12 +42,14 @@ class KALEO_API Kaleo {
   static bool isSupportedNBVersion();
 
   /// Ends the library in order: waiting work is let go, what is queued for the store is written, threads end. For the last moments
-  /// of a process; may take as long as the disk takes. The library cannot be started again.
+  /// of a process; may take as long as the disk takes. A popup on screen is taken down on the main thread, which must not be
+  /// waiting for this call, unless it makes it. The library cannot be started again.
   static void shutdown();
 };
 
 /// A whole library of one's own, beside others in the same process: what `Kaleo` keeps one of.
-/// Threads: as `Kaleo`. The destructor must not run on the library's own threads; it ends the library in order.
+/// Threads: as `Kaleo`. The destructor must not run on the library's own threads; it ends the library in order, as
+/// `Kaleo::shutdown` does.
 class KALEO_API KaleoInstance {
  public:
   explicit KaleoInstance(KLPlatform platform);

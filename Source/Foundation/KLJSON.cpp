@@ -4,7 +4,10 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <charconv>
+#include <cmath>
 
+#include "Foundation/KLNumberText.h"
 #include "Foundation/KLUTF8.h"
 
 namespace kaleo {
@@ -15,101 +18,146 @@ using simdjson::error_code;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
-error_code readNumber(auto& source, KLValue& value) {
-  ondemand::number number;
-  if (source.get_number().get(number) == simdjson::SUCCESS) {
-    value = number.is_int64() ? KLValue(number.get_int64()) : KLValue(number.as_double());
-    return simdjson::SUCCESS;
-  }
-  double real = 0;  // an integer of more than 64 bits, or no number at all
-  const error_code error = source.get_double().get(real);
-  if (!error) value = real;
-  return error;
+// The token of a scalar but a string, without the blanks after it.
+std::string_view tokenOf(ondemand::value& source) {
+  const std::string_view token = source.raw_json_token();
+  return token.substr(0, token.find_last_not_of(" \t\r\n") + 1);
 }
 
-error_code readString(auto& source, KLValue& value) {
+// Steps over the digits at the beginning of `text`. Answers whether there are any.
+bool skipDigits(std::string_view& text) {
+  const std::size_t end = std::min(text.find_first_not_of("0123456789"), text.size());
+  text.remove_prefix(end);
+  return end > 0;
+}
+
+// RFC 8259, section 6.
+bool isNumber(std::string_view text) {
+  if (text.starts_with('-')) text.remove_prefix(1);
+  if (text.starts_with('0')) {
+    text.remove_prefix(1);
+  } else if (!skipDigits(text)) {
+    return false;
+  }
+  if (text.starts_with('.')) {
+    text.remove_prefix(1);
+    if (!skipDigits(text)) return false;
+  }
+  if (text.starts_with('e') || text.starts_with('E')) {
+    text.remove_prefix(1);
+    if (text.starts_with('+') || text.starts_with('-')) text.remove_prefix(1);
+    if (!skipDigits(text)) return false;
+  }
+  return text.empty();
+}
+
+// Not by simdjson, whose version 3.0 reads numbers of more than 19 digits wrongly.
+error_code readNumber(ondemand::value& source, KLValue& value) {
+  const std::string_view token = tokenOf(source);
+  if (!isNumber(token)) return simdjson::NUMBER_ERROR;
+  std::int64_t integer = 0;
+  const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), integer);
+  if (error == std::errc() && end == token.data() + token.size()) {
+    value = integer;
+    return simdjson::SUCCESS;
+  }
+  const bool negative = token.starts_with('-');
+  const double magnitude = KLDecimalPrefix(token.substr(negative ? 1 : 0));
+  if (std::isinf(magnitude)) return simdjson::NUMBER_OUT_OF_RANGE;
+  value = negative ? -magnitude : magnitude;
+  return simdjson::SUCCESS;
+}
+
+error_code readString(ondemand::value& source, KLValue& value) {
   std::string_view text;
   const error_code error = source.get_string().get(text);
   if (!error) value = text;
   return error;
 }
 
-// Whether the token at `source` is `literal` and not only begins so, which simdjson overlooks at the end of a document.
-bool isLiteral(auto& source, std::string_view literal) {
-  std::string_view token;
-  if (simdjson::simdjson_result<std::string_view>(source.raw_json_token()).get(token)) return false;
-  return token.substr(0, token.find_last_not_of(" \t\r\n") + 1) == literal;
+error_code readLiteral(ondemand::value& source, KLValue& value) {
+  const std::string_view token = tokenOf(source);
+  if (token == "null") return simdjson::SUCCESS;  // which `value` is
+  value = token == "true";
+  return token == "true" || token == "false" ? simdjson::SUCCESS : simdjson::T_ATOM_ERROR;
 }
 
-error_code readBool(auto& source, KLValue& value) {
-  if (!isLiteral(source, "true") && !isLiteral(source, "false")) return simdjson::T_ATOM_ERROR;
-  bool flag = false;
-  const error_code error = source.get_bool().get(flag);
-  if (!error) value = flag;
-  return error;
-}
+error_code readValue(ondemand::value& source, std::size_t depth, KLValue& value);
 
-error_code readNull(auto& source, KLValue& value) {
-  if (!isLiteral(source, "null")) return simdjson::N_ATOM_ERROR;
-  bool isNull = false;
-  const error_code error = source.is_null().get(isNull);
-  if (!error) value = nullptr;
-  return error;
-}
-
-error_code readValue(auto& source, std::size_t depth, KLValue& value);
-
-error_code readArray(auto& source, std::size_t depth, KLValue& value) {
-  ondemand::array elements;
-  if (const error_code error = source.get_array().get(elements)) return error;
-  KLValue::Array array;
+error_code readArray(ondemand::array& elements, std::size_t depth, KLValue::Array& array) {
   for (auto result : elements) {
     ondemand::value element;
     if (const error_code error = std::move(result).get(element)) return error;
-    if (const error_code error = readValue(element, depth + 1, array.emplace_back())) return error;
+    if (const error_code error = readValue(element, depth, array.emplace_back())) return error;
   }
-  value = std::move(array);
   return simdjson::SUCCESS;
 }
 
-error_code readObject(auto& source, std::size_t depth, KLValue& value) {
-  ondemand::object members;
-  if (const error_code error = source.get_object().get(members)) return error;
-  std::vector<KLObject::Entry> entries;
+error_code readObject(ondemand::object& members, std::size_t depth, std::vector<KLObject::Entry>& entries) {
   for (auto result : members) {
     ondemand::field member;
     if (const error_code error = std::move(result).get(member)) return error;
     std::string_view key;
     if (const error_code error = member.unescaped_key().get(key)) return error;
     auto& entry = entries.emplace_back(key, KLValue());
-    if (const error_code error = readValue(member.value(), depth + 1, entry.second)) return error;
+    if (const error_code error = readValue(member.value(), depth, entry.second)) return error;
   }
-  value = KLObject::fromEntries(std::move(entries));
   return simdjson::SUCCESS;
 }
 
-// `source` is the document, whose root may be a scalar, or a value within it: simdjson has two types for them with the same
-// members.
-error_code readValue(auto& source, std::size_t depth, KLValue& value) {
+error_code readContainer(ondemand::value& source, bool isArray, std::size_t depth, KLValue& value) {
+  if (depth >= KLJSON::kMaxDepth) return simdjson::DEPTH_ERROR;
+  if (isArray) {
+    ondemand::array elements;
+    KLValue::Array array;
+    if (const error_code error = source.get_array().get(elements)) return error;
+    if (const error_code error = readArray(elements, depth + 1, array)) return error;
+    value = std::move(array);
+  } else {
+    ondemand::object members;
+    std::vector<KLObject::Entry> entries;
+    if (const error_code error = source.get_object().get(members)) return error;
+    if (const error_code error = readObject(members, depth + 1, entries)) return error;
+    value = KLObject::fromEntries(std::move(entries));
+  }
+  return simdjson::SUCCESS;
+}
+
+// `value` is null before.
+error_code readValue(ondemand::value& source, std::size_t depth, KLValue& value) {
   ondemand::json_type type;
   if (const error_code error = source.type().get(type)) return error;
-  if (depth >= KLJSON::kMaxDepth && (type == ondemand::json_type::array || type == ondemand::json_type::object)) {
-    return simdjson::DEPTH_ERROR;
-  }
   switch (type) {
     case ondemand::json_type::array:
-      return readArray(source, depth, value);
     case ondemand::json_type::object:
-      return readObject(source, depth, value);
+      return readContainer(source, type == ondemand::json_type::array, depth, value);
     case ondemand::json_type::number:
       return readNumber(source, value);
     case ondemand::json_type::string:
       return readString(source, value);
-    case ondemand::json_type::boolean:
-      return readBool(source, value);
     default:
-      return readNull(source, value);
+      return readLiteral(source, value);
   }
+}
+
+// `text` as the only element of an array. simdjson treats scalars apart when they are the root, and laxly.
+simdjson::padded_string inBrackets(std::string_view text) {
+  simdjson::padded_string padded(text.size() + 2);
+  padded.data()[0] = '[';
+  std::copy(text.begin(), text.end(), padded.data() + 1);
+  padded.data()[text.size() + 1] = ']';
+  return padded;
+}
+
+error_code readDocument(ondemand::document& document, KLValue& value) {
+  ondemand::array roots;
+  KLValue::Array array;
+  if (const error_code error = document.get_array().get(roots)) return error;
+  if (const error_code error = readArray(roots, 0, array)) return error;
+  if (array.empty()) return simdjson::EMPTY;
+  if (array.size() > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) return simdjson::TRAILING_CONTENT;
+  value = std::move(array.front());
+  return simdjson::SUCCESS;
 }
 
 // Where a string holds a bare control character, or else where a string begins that does not end.
@@ -129,15 +177,13 @@ std::size_t stringErrorOffset(std::string_view text) {
   return within ? start : text.size();
 }
 
-// Where reading stopped. Errors of the first pass over the bytes, which are found before any value is read, are looked for again.
-std::size_t errorOffset(error_code code, std::string_view text, ondemand::document& document, bool isReading) {
+// Where in `text` reading stopped. Errors of the first pass over the bytes, found before any value is read, are looked for again.
+std::size_t errorOffset(error_code code, std::string_view text, ondemand::document& document, const char* begin) {
   if (code == simdjson::UTF8_ERROR) return KLUTF8ErrorOffset(text);
   if (code == simdjson::UNCLOSED_STRING || code == simdjson::UNESCAPED_CHARS) return stringErrorOffset(text);
-  if (code == simdjson::INCOMPLETE_ARRAY_OR_OBJECT) return text.size();
   const char* location = nullptr;
-  if (!isReading || document.current_location().get(location)) return text.size();
-  const auto offset = location - text.data();
-  return offset < 0 ? 0 : std::min(static_cast<std::size_t>(offset), text.size());
+  if (document.current_location().get(location)) return text.size();
+  return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(location - begin, 0, static_cast<std::ptrdiff_t>(text.size())));
 }
 
 KLError syntaxError(error_code code, std::string_view text, std::size_t offset) {
@@ -156,19 +202,15 @@ std::optional<KLValue> KLJSON::parse(std::string_view text, KLError* error) {
     return std::nullopt;
   }
   const std::size_t skipped = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;
-  const simdjson::padded_string padded(text.substr(skipped));
+  const std::string_view json = text.substr(skipped);
+  const simdjson::padded_string padded = inBrackets(json);
   ondemand::parser parser;
   ondemand::document document;
   KLValue value;
   error_code code = parser.iterate(padded).get(document);
-  const bool isReading = code == simdjson::SUCCESS;
-  if (isReading) code = readValue(document, 0, value);
-  if (!code && document.current_location().error() != simdjson::OUT_OF_BOUNDS) code = simdjson::TRAILING_CONTENT;
+  if (!code) code = readDocument(document, value);
   if (!code) return value;
-  if (error) {
-    const std::string_view read(padded.data(), padded.length());
-    *error = syntaxError(code, text, skipped + errorOffset(code, read, document, isReading));
-  }
+  if (error) *error = syntaxError(code, text, skipped + errorOffset(code, json, document, padded.data() + 1));
   return std::nullopt;
 }
 

@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kIndent = 2;
 
+bool needsEscape(char character) { return static_cast<unsigned char>(character) < ' ' || character == '"' || character == '\\'; }
+
 class Writer {
  public:
   explicit Writer(KLJSON::Style style) : pretty_(style == KLJSON::Style::Pretty) {}
@@ -111,7 +113,13 @@ void Writer::writeText(std::string_view text) {
     text = repaired;
   }
   text_ += '"';
-  for (const char character : text) writeEscaped(character);
+  while (!text.empty()) {
+    const auto special = std::find_if(text.begin(), text.end(), needsEscape);
+    const auto plain = static_cast<std::size_t>(special - text.begin());
+    text_ += text.substr(0, plain);
+    if (special != text.end()) writeEscaped(*special);
+    text.remove_prefix(std::min(plain + 1, text.size()));
+  }
   text_ += '"';
 }
 
@@ -121,10 +129,8 @@ void Writer::writeEscaped(char character) {
   if (const std::size_t at = kSpecial.find(character); at != std::string_view::npos) {
     text_ += '\\';
     text_ += kShort[at];
-  } else if (static_cast<unsigned char>(character) < ' ') {
-    fmt::format_to(std::back_inserter(text_), "\\u{:04x}", static_cast<unsigned>(character));
   } else {
-    text_ += character;
+    fmt::format_to(std::back_inserter(text_), "\\u{:04x}", static_cast<unsigned>(character));
   }
 }
 

@@ -61,6 +61,13 @@ TEST(KLJSONParse, IntegersOf64BitsStayIntegers) {
   EXPECT_TRUE(KLJSON::parse("1e3")->isDouble());
 }
 
+TEST(KLJSONParse, DoublesOfManyDigits) {
+  EXPECT_EQ(KLJSON::parse("1.2345678901234567890"), KLValue(1.2345678901234567890));
+  EXPECT_EQ(KLJSON::parse("[0.1234567890123456789012]")->asArray()[0], KLValue(0.1234567890123456789012));
+  EXPECT_EQ(KLJSON::parse("0." + std::string(400, '0') + "1e401"), KLValue(1));
+  EXPECT_EQ(KLJSON::parse("[1e-400]")->asArray()[0], KLValue(0));
+}
+
 TEST(KLJSONParse, TheLastOfEqualKeysCountsAtTheFirstOnesPlace) {
   EXPECT_EQ(KLJSON::serialize(*KLJSON::parse(R"({"a":1,"b":2,"\u0061":3})")), R"({"a":3,"b":2})");
 }

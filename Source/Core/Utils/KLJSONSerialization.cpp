@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cmath>
 #include <limits>
 
 #include "Foundation/KLNumberText.h"
@@ -11,7 +10,6 @@ namespace kaleo {
 namespace {
 
 bool isBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
 // A text without its leading blanks and sign.
 struct Unsigned {
@@ -24,18 +22,6 @@ Unsigned withoutSign(std::string_view text) {
   const bool negative = !text.empty() && text.front() == '-';
   if (negative || (!text.empty() && text.front() == '+')) text.remove_prefix(1);
   return {negative, text};
-}
-
-// Whether the decimal `number` (digits, a point, an exponent) that no double can hold is too large, not too small: whether its
-// first digit other than 0 stands, with the exponent, left of the point.
-bool isTooLarge(std::string_view number) {
-  const std::size_t exponentAt = std::min(number.find_first_of("eE"), number.size());
-  const std::string_view digits = number.substr(0, exponentAt);
-  const std::size_t point = std::min(digits.find('.'), digits.size());
-  const std::size_t first = digits.find_first_not_of("0.");
-  const auto exponent = exponentAt < number.size() ? quillon_integerPrefix(number.substr(exponentAt + 1)) : 0;
-  const auto magnitude = static_cast<double>(point) - static_cast<double>(std::min(first, digits.size()));
-  return magnitude + static_cast<double>(exponent) > 0;
 }
 
 bool boolPrefix(std::string_view text) {
@@ -91,14 +77,7 @@ std::vector<std::string> quillon_stringValues(const KLValue* value) {
 
 double quillon_doublePrefix(std::string_view text) {
   const auto [negative, number] = withoutSign(text);
-  if (number.empty() || !(isDigit(number.front()) || number.front() == '.')) return 0;  // no "inf", no "nan", no second sign
-  double value = 0;
-  const auto [end, error] = std::from_chars(number.data(), number.data() + number.size(), value);
-  if (error == std::errc::invalid_argument) return 0;
-  if (error == std::errc::result_out_of_range) {
-    const bool large = isTooLarge(number.substr(0, static_cast<std::size_t>(end - number.data())));
-    value = large ? std::numeric_limits<double>::infinity() : 0;
-  }
+  const double value = KLDecimalPrefix(number);
   return negative ? -value : value;
 }
 

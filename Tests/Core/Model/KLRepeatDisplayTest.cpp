@@ -96,7 +96,9 @@ TEST(KLRepeatDisplay, ClockTimesCountFromTheStartOfTheDay) {
   check("America/New_York", {{"DAY", "[" + range("03:00", "05:00") + "]", "2024-03-10 03:30:00", false},
                              {"DAY", "[" + range("03:00", "05:00") + "]", "2024-03-10 04:00:00", true},
                              {"DAY", "[" + range("23:00", "01:00") + "]", "2024-03-10 23:59:59", false},
-                             {"DAY", "[" + range("22:59", "01:00") + "]", "2024-03-10 23:59:59", true}});
+                             {"DAY", "[" + range("22:59", "01:00") + "]", "2024-03-10 23:59:59", true},
+                             // They go back on a day of 25 hours, to whose end a range across midnight runs.
+                             {"DAY", "[" + range("23:00", "01:00") + "]", "2024-11-03 23:59:59", true}});
 }
 
 TEST(KLRepeatDisplay, RangesAreComputedOnceADay) {

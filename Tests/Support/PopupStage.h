@@ -60,6 +60,9 @@ struct PopupStage {
     plan->compile();
   }
 
+  /// Lets popups that are still on screen be taken down.
+  ~PopupStage() { threading.run(); }
+
   KLHeadlessWindow& window() { return *windows->windowOnScreen(); }
   bool isPopupOnScreen() const { return windows->windowOnScreen() != nullptr; }
   /// Lets work run and movements end.

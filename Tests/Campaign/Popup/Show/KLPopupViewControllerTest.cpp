@@ -25,6 +25,9 @@ class KLPopupViewControllerTest : public ::testing::Test {
  protected:
   using Type = KLPopupActionType;
 
+  ~KLPopupViewControllerTest() override {
+    if (const auto controller = weak.lock()) controller->takeDown();
+  }
   static std::shared_ptr<KLPopupActionModel> action(Type type, bool closeable, std::optional<KLValue> value = {}) {
     auto made = std::make_shared<KLPopupActionModel>();
     made->type = type;

@@ -54,6 +54,9 @@ class KLPopupPlanModel {
   bool isExpired(double now) const;
   /// Whether `status` is exactly "ACTIVE".
   bool isActive() const;
+  /// Whether the plan belongs to a strategy, or to a section of the application; a JSON null names none.
+  bool hasStrategy() const { return strategyID && !strategyID->isNull(); }
+  bool hasSection() const { return sectionID && !sectionID->isNull(); }
 
   static std::shared_ptr<KLPopupPlanModel> fromResponseData(const KLValue* data);
   static std::shared_ptr<KLPopupPlanModel> fromResponseData(const KLValue* data, KLParseContext& context);

@@ -57,7 +57,7 @@ bool KLPopupShowing::take(const Campaign& campaign) {
 }
 
 std::optional<KLError> KLPopupShowing::refusal(const Campaign& campaign, const KLPopupPlanModel* plan) {
-  if (plan && KLPlanHasStrategy(*plan)) {
+  if (plan && plan->hasStrategy()) {
     if (!plan->isTrigger) return KLCampaignErrors::notTriggerPlan();
   } else if (plan && plan->isControlGroup) {
     log().info("The plan is control group, planID: {}", *campaign->planID);

@@ -15,10 +15,8 @@ void setIfPresent(KLObject& properties, const char* key, const std::optional<Val
   if (value) properties.set(key, *value);
 }
 
-bool isGiven(const std::optional<KLValue>& value) { return value && !value->isNull(); }
-
 KLValue strategyOf(const KLPopupPlanModel& plan) {
-  if (isGiven(plan.strategyID)) return *plan.strategyID;
+  if (plan.hasStrategy()) return *plan.strategyID;
   return plan.isControlGroup ? kControlGroupStrategy : kDefaultStrategy;
 }
 
@@ -40,8 +38,6 @@ std::shared_ptr<const KLPopupPlanModel> planOf(const KLCampaign& campaign, const
 
 }  // namespace
 
-bool KLPlanHasStrategy(const KLPopupPlanModel& plan) { return isGiven(plan.strategyID); }
-
 KLCampaignPlanEvent::KLCampaignPlanEvent(std::shared_ptr<const KLCampaign> shown, const KLCampaignSurroundings& surroundings)
     : campaign(std::move(shown)),
       planModel(planOf(*campaign, surroundings)),
@@ -49,7 +45,7 @@ KLCampaignPlanEvent::KLCampaignPlanEvent(std::shared_ptr<const KLCampaign> shown
       bridge_(surroundings.bridge) {}
 
 KLObject KLCampaignPlanEvent::superProperties() const {
-  const bool hasSection = planModel && isGiven(planModel->sectionID);
+  const bool hasSection = planModel && planModel->hasSection();
   KLObject properties;
   if (planModel) setPlan(properties, *planModel);
   properties.set("$kl_plan_type", hasSection ? kPlanTypeSection : kPlanTypeOperation);

@@ -11,9 +11,6 @@
 
 namespace kaleo {
 
-/// Whether the plan belongs to a strategy; a JSON null names none.
-bool KLPlanHasStrategy(const KLPopupPlanModel& plan);
-
 /// The two events that tell of one campaign's display and clicks, tracked through the host.
 /// Threads: any, one after the other. Lifetime: borrows the surroundings' bridge.
 class KLCampaignPlanEvent {

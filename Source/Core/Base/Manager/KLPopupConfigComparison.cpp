@@ -22,7 +22,7 @@ std::map<std::string_view, const KLPopupPlanModel*> plansByKey(const KLPopupConf
 
 bool mayShow(const KLPopupPlanModel& plan, double now) {
   if (plan.isExpired(now) || !plan.isAudience || !plan.isActive()) return false;
-  return plan.strategyID ? plan.isTrigger : !plan.isControlGroup;
+  return plan.hasStrategy() ? plan.isTrigger : !plan.isControlGroup;
 }
 
 /// Appends what stands between each `key` (with its opening quote) and the next quote.

@@ -28,7 +28,7 @@ SOUND = {
     "Source/Core/Utils/KLText.h": '#include "Foundation/KLFile.h"\n',
     "Source/Core/Log/KLLog.h": "",
     "Source/Core/Top/KLTop.cpp": '#include "Core/Utils/KLText.h"\n#include "Foundation/KLFile.h"\n',
-    "Source/Platform/Qt/KLWindow.cpp": '#include "Platform/Qt/KLWindow.h"\n#include "kaleo-qt/KLQt.h"\n#include "KLWindow.moc"\n',
+    "Source/Platform/Qt/KLWindow.cpp": '#include "KLWindow.h"\n#include "kaleo-qt/KLQt.h"\n#include "KLWindow.moc"\n',
     "Source/Platform/Qt/KLWindow.h": "#include <QWidget>\n",
 }
 

@@ -7,13 +7,14 @@ library=$1
 shift
 
 # Classes of the public headers, and functions marked KALEO_API there: the name is the word before the first parenthesis.
-classes=$(grep -rhoP '^(class|struct)\s+(KALEO_API\s+)?\K\w+(?!.*;$)' "$@" | sort -u | paste -sd '|')
+classes=$(grep -rhoP '^(class|struct)\s+(KALEO_API\s+)?\K\w+(?!.*;$)' "$@" | sort -u | paste -sd '|' || true)
 functions=$(grep -rhoP '^\s*KALEO_API\s+(?!friend)[^(;]*?\K\w+(?=\()' "$@" | sort -u | paste -sd '|' || true)
+classes=${classes:-none}
 prefix='((typeinfo|typeinfo name|vtable|VTT|guard variable) for |(non-)?virtual thunk to )?'
 allowed="^$prefix(kaleo::($classes)(::.*)?|kaleo::operator==\(kaleo::($classes) .*|kaleo::(${functions:-none})\(.*)\$"
 
 exported=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3-)
-[ "$(grep -cE "$allowed" <<<"$exported")" -gt 20 ] || { echo "FAILED: $library hardly exports anything" >&2; exit 1; }
+grep -qE "$allowed" <<<"$exported" || { echo "FAILED: $library exports nothing" >&2; exit 1; }
 if grep -vE "$allowed" <<<"$exported"; then
   echo "FAILED: $library exports what stands above" >&2
   exit 1

@@ -16,11 +16,22 @@ stray=$(cd "$work/prefix" && find . -name '*.h' -not -path './include/kaleo/*' -
 if [ -x "$build/bin/kaleo" ]; then "$work/prefix/bin/kaleo" --version | grep -qF "$version" || fail "the kaleo command does not run"; fi
 if grep -rlF -e "$build" -e "$here" "$work/prefix" --include='*.cmake' --include='*.pc'; then fail "a package file names the build"; fi
 
-echo "== find_package"
-cmake -S "$here/Host" -B "$work/cmake" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/prefix" "$@" >"$work/log" ||
-  fail "$(cat "$work/log")"
-cmake --build "$work/cmake" >"$work/log" || fail "$(cat "$work/log")"
-run_host "$work/cmake/host"
+# by_find_package FOLDER [CMAKE_ARGUMENT]...
+by_find_package() {
+  local folder=$1
+  shift
+  echo "== find_package: $folder"
+  cmake -S "$here/$folder" -B "$work/$folder" -G Ninja -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$work/prefix" "$@" >"$work/log" ||
+    fail "$(cat "$work/log")"
+  cmake --build "$work/$folder" >"$work/log" || fail "$(cat "$work/log")"
+  run_host "$work/$folder/host"
+}
+
+by_find_package Host "$@"
+if [ -d "$work/prefix/include/kaleo-qt" ]; then
+  export QT_QPA_PLATFORM=offscreen
+  by_find_package QtHost "$@"
+fi
 
 echo "== pkg-config"
 PKG_CONFIG_PATH=$(dirname "$(find "$work/prefix" -name kaleo.pc)")

@@ -34,7 +34,7 @@ void appendQuery(std::string& url, const std::string& query) {
 }  // namespace
 
 KLNetwork::KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, std::filesystem::path library)
-    : session_(session), log_(log), keyPath_(std::move(library) / kKeyFileName), lazyCryptor_(random) {}
+    : session_(session), log_(log), keyPath_(library / kKeyFileName), lazyCryptor_(random) {}
 
 KLHttpCryptor& KLNetwork::cryptor() {
   std::call_once(cryptorReady_, [this] { lazyCryptor_.setKeyFile(keyPath_); });

@@ -52,6 +52,7 @@ TEST_F(KLPopupPropertyModelTest, LengthsScaleRoundUpAndKeepTheirOddOne) {
   EXPECT_EQ(length(R"({"v": "16px"})"), 18);
   EXPECT_EQ(length(R"({"v": "16"})"), 16);
   EXPECT_EQ(length(R"({"v": "1px"})"), 2);
+  EXPECT_EQ(length(R"({"v": "375px"})"), 414) << "multiplied before it is divided, or it were 415";
   EXPECT_TRUE(host.log->lines().empty());
 }
 

@@ -141,6 +141,7 @@ TEST_F(KLCustomResolverTest, TheEndLetsGoOfWhoWaitsForAnAnswer) {
     stuck.waitForTask();
   }
   EXPECT_TRUE(stage.notifications.empty());
+  EXPECT_TRUE(stage.downloads.host.log->messages(1).empty()) << "nobody waited the whole time";
   EXPECT_TRUE(stage.events().empty()) << "the end of the library is no failure of the campaign";
 }
 

@@ -14,7 +14,7 @@ core=(g++ cmake ninja-build ccache pkg-config
       libjpeg62-turbo-dev libspng-dev libgif-dev
       libcpp-httplib-dev libcli11-dev)
 qt=(qt6-base-dev libgl-dev fonts-wqy-microhei)
-test=(libgtest-dev libgmock-dev openssl sqlite3 xvfb xdotool)
+test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 xvfb xdotool)
 
 [ $# -gt 0 ] || set -- core qt test
 wanted=()
@@ -45,5 +45,5 @@ fi
 
 echo "Installing ${#missing[@]} missing Debian packages: ${missing[*]}"
 "${as_root[@]}" apt-get update -qq
-DEBIAN_FRONTEND=noninteractive "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+"${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
   apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null

@@ -46,14 +46,15 @@ void KLPopupShowing::showTestPopupWithCampaign(const Campaign& campaign) {
 }
 
 bool KLPopupShowing::take(const Campaign& campaign) {
-  std::lock_guard lock(mutex_);
-  if (current_) {
-    log().info("Current plan ID is {}, new plan ID is {}. The new plan popup window don't show", planIDOf(*current_),
+  std::unique_lock lock(mutex_);
+  const Campaign holder = current_;
+  if (!holder) current_ = campaign;
+  lock.unlock();
+  if (holder) {
+    log().info("Current plan ID is {}, new plan ID is {}. The new plan popup window don't show", planIDOf(*holder),
                planIDOf(*campaign));
-    return false;
   }
-  current_ = campaign;
-  return true;
+  return !holder;
 }
 
 std::optional<KLError> KLPopupShowing::refusal(const Campaign& campaign, const KLPopupPlanModel* plan) {

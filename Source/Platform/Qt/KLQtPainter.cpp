@@ -66,7 +66,7 @@ void KLQtPainter::draw(const KLView& view) {
 void KLQtPainter::drawLayer(const KLView& view, bool rounded) {
   // The layer covers what of the view lies on the device, in device pixels, under the same transform.
   const QTransform toDevice = painter_->deviceTransform();
-  const QTransform fromDevice = painter_->transform() * toDevice.inverted();  // to the painter's untransformed coordinates
+  const QTransform fromDevice = toDevice.inverted() * painter_->transform();  // to the painter's untransformed coordinates
   const QRectF visible = fromDevice.inverted().mapRect(QRectF(painter_->viewport()));
   const QRectF drawn = view.clipsToBounds ? toDevice.mapRect(boundsOf(view)).intersected(visible) : visible;
   const QRect area = drawn.toAlignedRect();

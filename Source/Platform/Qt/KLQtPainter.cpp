@@ -3,167 +3,216 @@
 #include <algorithm>
 #include <cmath>
 
-#include "KLQtColor.h"
-#include "KLQtTextLayout.h"
+#include "KLQtShapes.h"
 
 namespace kaleo {
 namespace {
 
-constexpr double kHighlightAlpha = 0.14;  ///< of the black that darkens a button held down
-constexpr double kIndicatorWidth = 3, kIndicatorMargin = 2, kShortestIndicator = 24;
-constexpr double kFocusWidth = 2;
-constexpr double kLayerMargin = 2;  ///< more than a layer reaches beyond the view that it is cut to
+/// More texts than a popup has.
+constexpr std::size_t kMostTexts = 32;
+
+/// How much darker a button is while it is held down.
+constexpr double kPressedShade = 0.18;
+
+// The scroll indicator, in points.
+constexpr double kIndicatorWidth = 3;
+constexpr double kIndicatorMargin = 1;
+constexpr double kIndicatorLeastLength = 18;
 const QColor kIndicatorColor(0, 0, 0, 90);
-const QColor kFocusColor(10, 132, 255);
 
-QRectF boundsOf(const KLView& view) { return {0, 0, view.frame.width, view.frame.height}; }
+// The focus ring, in points, outside of the view.
+constexpr double kRingGap = 1;
+constexpr double kRingWidth = 2;
+constexpr double kRingHalo = 1;
+const QColor kRingHaloColor(255, 255, 255, 220);
 
-double radiusOf(const KLView& view) {
-  const double largest = std::min(view.frame.width, view.frame.height) / 2;
-  return std::clamp(view.cornerRadius, 0.0, std::max(largest, 0.0));
+bool isRoundlyClipped(const KLView& view) { return view.clipsToBounds && view.cornerRadius > 0; }
+
+bool hasBorder(const KLView& view) { return view.borderWidth > 0 && std::isfinite(view.borderWidth) && view.borderColor; }
+
+bool hasMoreThanShape(const KLView& view) { return view.image || view.backgroundImage || view.text || !view.subviews().empty(); }
+
+/// Whether fading the parts one by one could look different from fading the whole.
+bool hasSeveralParts(const KLView& view) {
+  const int own = bool(view.backgroundColor) + bool(view.backgroundImage) + bool(view.image) + bool(view.text) + hasBorder(view);
+  return own > 1 || !view.subviews().empty();
 }
 
-QPainterPath outline(const KLView& view, double inset = 0) {
-  QPainterPath path;
-  const double radius = std::max(radiusOf(view) - inset, 0.0);
-  path.addRoundedRect(boundsOf(view).adjusted(inset, inset, -inset, -inset), radius, radius);
-  return path;
+bool needsLayer(const KLView& view) {
+  return (isRoundlyClipped(view) && hasMoreThanShape(view)) || view.transform.scale != 1 || view.highlighted ||
+         (view.alpha < 1 && hasSeveralParts(view));
 }
 
-bool paintsSomethingToRound(const KLView& view) {
-  return view.image || view.backgroundImage || view.text || !view.subviews().empty();
+double scrollOffset(const KLView& view) {
+  if (view.kind() != KLView::Kind::TextView || !std::isfinite(view.contentOffsetY)) return 0;
+  return view.contentOffsetY;
 }
 
-/// Turns the painter to the view's own coordinates, transformed about the frame's centre.
-void enter(QPainter& painter, const KLView& view) {
-  const KLView::Transform& transform = view.transform;
-  painter.translate(view.frame.x + transform.translateX, view.frame.y + transform.translateY);
-  if (transform.scale == 1) return;
-  const QPointF centre = boundsOf(view).center();
-  painter.translate(centre);
-  painter.scale(transform.scale, transform.scale);
-  painter.translate(-centre);
+void paintScrollIndicator(QPainter& painter, const KLView& view) {
+  const double shown = view.frame.height;
+  if (!(view.contentHeight > shown) || shown <= 2 * kIndicatorMargin || !std::isfinite(view.contentHeight)) return;
+  const double track = shown - 2 * kIndicatorMargin;
+  const double length = std::min(track, std::max(kIndicatorLeastLength, track * shown / view.contentHeight));
+  const double part = std::clamp(scrollOffset(view) / (view.contentHeight - shown), 0.0, 1.0);
+  const QRectF thumb(view.frame.width - kIndicatorMargin - kIndicatorWidth, kIndicatorMargin + part * (track - length),
+                     kIndicatorWidth, length);
+  painter.fillPath(qt::rounded(thumb, kIndicatorWidth / 2), kIndicatorColor);
+}
+
+/// Where a text's top left lies in its view.
+QPointF textOrigin(const KLView& view, QSizeF textSize) {
+  if (view.kind() == KLView::Kind::TextView) return {0, -scrollOffset(view)};
+  return {0, std::max(view.kind() == KLView::Kind::Button ? -textSize.height() : 0.0, (view.frame.height - textSize.height()) / 2)};
 }
 
 }  // namespace
 
-void KLQtPainter::draw(const KLView& view) {
-  if (view.alpha <= 0 || view.transform.scale <= 0) return;
-  painter_->save();
-  enter(*painter_, view);
-  const bool rounded = view.clipsToBounds && radiusOf(view) > 0 && paintsSomethingToRound(view);
-  const bool seenThrough = view.alpha < 1 && !view.subviews().empty();
-  if (rounded || seenThrough) {
-    drawLayer(view, rounded);
-  } else {
-    painter_->setOpacity(painter_->opacity() * view.alpha);
-    if (view.clipsToBounds) painter_->setClipRect(boundsOf(view), Qt::IntersectClip);
-    drawContents(view);
-  }
-  painter_->restore();
+QImage KLQtPainter::paint(const KLView& root, QSizeF size, double deviceScale, const QColor& accent) {
+  QImage picture((size * deviceScale).toSize().expandedTo({1, 1}), QImage::Format_ARGB32_Premultiplied);
+  picture.fill(Qt::transparent);
+  scale_ = deviceScale;
+  layerOrigin_ = {};
+  focusRing_.reset();
+  QPainter painter(&picture);
+  painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::TextAntialiasing);
+  painter.scale(deviceScale, deviceScale);
+  paintView(painter, root);
+  painter.resetTransform();
+  paintFocusRing(painter, accent);
+  painter.end();
+  picture.setDevicePixelRatio(deviceScale);
+  return picture;
 }
 
-void KLQtPainter::drawLayer(const KLView& view, bool rounded) {
-  // The layer covers what of the view lies on the device, in device pixels, under the same transform.
-  const QTransform toDevice = painter_->deviceTransform();
-  const QTransform fromDevice = toDevice.inverted() * painter_->transform();  // to the painter's untransformed coordinates
-  const QRectF visible = fromDevice.inverted().mapRect(QRectF(painter_->viewport()));
-  const QRectF drawn = view.clipsToBounds ? toDevice.mapRect(boundsOf(view)).intersected(visible) : visible;
-  const QRect area = drawn.toAlignedRect();
-  if (area.isEmpty()) return;
-  QImage layer(area.size(), QImage::Format_ARGB32_Premultiplied);
+void KLQtPainter::paintView(QPainter& painter, const KLView& view) {
+  if (!qt::isDrawable(view)) return;
+  painter.save();
+  painter.translate(view.frame.x + std::round(view.transform.translateX * scale_) / scale_,
+                    view.frame.y + std::round(view.transform.translateY * scale_) / scale_);
+  if (view.focused && view.kind() != KLView::Kind::Mask) {
+    const QRectF device = painter.transform().mapRect(qt::aligned(painter.transform(), qt::boundsOf(view)));
+    focusRing_ = FocusRing{device.translated(layerOrigin_), view.cornerRadius * scale_};
+  }
+  if (needsLayer(view)) {
+    paintLayer(painter, view);
+  } else {
+    painter.setOpacity(painter.opacity() * std::min(1.0, view.alpha));
+    paintContents(painter, view, view.cornerRadius);
+  }
+  painter.restore();
+}
+
+void KLQtPainter::paintLayer(QPainter& painter, const KLView& view) {
+  const QTransform toDevice = painter.transform();
+  const QRectF area(0, 0, painter.device()->width(), painter.device()->height());
+  const QRect covered = (toDevice.mapRect(qt::reachOf(view)).adjusted(-1, -1, 1, 1) & area).toAlignedRect();
+  if (covered.isEmpty()) return;
+
+  QImage layer(covered.size(), QImage::Format_ARGB32_Premultiplied);
   layer.fill(Qt::transparent);
-
-  QPainter layerPainter(&layer);
-  layerPainter.setRenderHints(painter_->renderHints());
-  layerPainter.setTransform(toDevice * QTransform::fromTranslate(-area.x(), -area.y()));
-  QPainter* const outer = std::exchange(painter_, &layerPainter);
-  drawContents(view);
-  if (rounded) cutCorners(view);
-  layerPainter.end();
-  painter_ = outer;
-
-  painter_->setOpacity(painter_->opacity() * view.alpha);
-  painter_->resetTransform();
-  painter_->drawImage(fromDevice.mapRect(QRectF(area)), layer);
-}
-
-void KLQtPainter::cutCorners(const KLView& view) {
-  QPainterPath outside;
-  outside.addRect(boundsOf(view).adjusted(-kLayerMargin, -kLayerMargin, kLayerMargin, kLayerMargin));
-  painter_->setCompositionMode(QPainter::CompositionMode_DestinationOut);
-  painter_->fillPath(outside.subtracted(outline(view)), Qt::black);
-}
-
-void KLQtPainter::drawContents(const KLView& view) {
-  drawBackground(view);
-  if (view.backgroundImage) drawPicture(*view.backgroundImage, 0, view);
-  if (view.image) drawPicture(*view.image, view.currentFrame, view);
-  if (view.text) drawText(view);
-  drawSubviews(view);
-  drawBorder(view);
-  if (view.focused) drawFocus(view);
-}
-
-void KLQtPainter::drawSubviews(const KLView& view) {
-  for (const auto& subview : view.subviews()) draw(*subview);
-}
-
-void KLQtPainter::drawBackground(const KLView& view) {
-  if (view.backgroundColor) painter_->fillPath(outline(view), toQColor(*view.backgroundColor));
-  if (view.highlighted) painter_->fillPath(outline(view), QColor::fromRgbF(0, 0, 0, kHighlightAlpha));
-}
-
-void KLQtPainter::drawPicture(const KLImage& image, std::size_t frame, const KLView& view) {
-  const QTransform& transform = painter_->transform();
-  const double ratio = devicePixelRatio() * std::hypot(transform.m11(), transform.m12());
-  // While the popup grows or shrinks the picture keeps its full size, so that it is scaled once and not at every frame.
-  const double scale = view.superview() && ratio < devicePixelRatio() ? devicePixelRatio() : ratio;
-  const QSize pixels(static_cast<int>(std::lround(view.frame.width * scale)),
-                     static_cast<int>(std::lround(view.frame.height * scale)));
-  const QImage picture = images_.image(image, frame, pixels);
-  if (!picture.isNull()) painter_->drawImage(boundsOf(view), picture);
-}
-
-void KLQtPainter::drawText(const KLView& view) {
-  if (view.text->fontSize <= 0 || view.text->text.empty()) return;
-  const QRectF bounds = boundsOf(view);
-  const bool button = view.kind() == KLView::Kind::Button;
-  const KLQtTextLayout layout(*view.text, button ? std::nullopt : std::optional(bounds.width()));
-  QPointF at;
-  if (view.kind() == KLView::Kind::TextView) {
-    at = {0, -view.contentOffsetY};
-  } else {
-    at = {button ? (bounds.width() - layout.size().width()) / 2 : 0, (bounds.height() - layout.size().height()) / 2};
-    if (!button) at.setY(std::max(at.y(), 0.0));
+  QPainter inner(&layer);
+  inner.setRenderHints(painter.renderHints());
+  inner.setTransform(toDevice * QTransform::fromTranslate(-covered.x(), -covered.y()));
+  layerOrigin_ += covered.topLeft();
+  const bool roundly = isRoundlyClipped(view);
+  paintContents(inner, view, roundly ? 0 : view.cornerRadius);
+  layerOrigin_ -= covered.topLeft();
+  if (roundly) {
+    inner.setCompositionMode(QPainter::CompositionMode_DestinationOut);
+    inner.fillPath(qt::cornersOf(qt::aligned(inner.transform(), qt::boundsOf(view)), view.cornerRadius), Qt::black);
   }
-  painter_->save();
-  painter_->setClipRect(bounds, Qt::IntersectClip);
-  layout.draw(*painter_, at);
-  painter_->restore();
-  if (view.kind() == KLView::Kind::TextView) drawScrollIndicator(view);
+  inner.resetTransform();
+  if (view.highlighted) {
+    inner.setCompositionMode(QPainter::CompositionMode_SourceAtop);
+    inner.fillRect(layer.rect(), QColor::fromRgbF(0, 0, 0, kPressedShade));
+  }
+  inner.end();
+
+  const QPointF centre = toDevice.map(qt::boundsOf(view).center());
+  const double scale = view.transform.scale;
+  painter.setTransform(QTransform(scale, 0, 0, scale, centre.x() * (1 - scale), centre.y() * (1 - scale)));
+  painter.setOpacity(painter.opacity() * std::min(1.0, view.alpha));
+  painter.drawImage(covered.topLeft(), layer);
 }
 
-void KLQtPainter::drawScrollIndicator(const KLView& view) {
-  const double visible = view.frame.height;
-  if (visible <= 0 || view.contentHeight <= visible) return;
-  const double track = visible - 2 * kIndicatorMargin;
-  const double length = std::min(std::max(track * visible / view.contentHeight, kShortestIndicator), track);
-  const double part = std::clamp(view.contentOffsetY / (view.contentHeight - visible), 0.0, 1.0);
-  const QRectF bar(view.frame.width - kIndicatorMargin - kIndicatorWidth, kIndicatorMargin + part * (track - length),
-                   kIndicatorWidth, length);
-  painter_->setPen(Qt::NoPen);
-  painter_->setBrush(kIndicatorColor);
-  painter_->drawRoundedRect(bar, kIndicatorWidth / 2, kIndicatorWidth / 2);
+void KLQtPainter::paintContents(QPainter& painter, const KLView& view, double radius) {
+  const QRectF bounds = qt::aligned(painter.transform(), qt::boundsOf(view));
+  painter.save();
+  if (view.clipsToBounds) painter.setClipRect(bounds, Qt::IntersectClip);
+  paintBackground(painter, view, bounds, radius);
+  paintImage(painter, view.backgroundImage, 0, bounds);
+  paintImage(painter, view.image, view.currentFrame, bounds);
+  if (view.text) paintText(painter, view);
+  for (const auto& child : view.subviews()) paintView(painter, *child);
+  if (hasBorder(view)) {
+    const double width = qt::alignedWidth(view.borderWidth, scale_);
+    const double innerRadius = std::max(0.0, view.cornerRadius - width);
+    painter.fillPath(qt::frameInside(bounds, radius, innerRadius, width), qt::colorOf(*view.borderColor));
+  }
+  painter.restore();
 }
 
-void KLQtPainter::drawBorder(const KLView& view) {
-  if (view.borderWidth <= 0 || !view.borderColor) return;
-  painter_->fillPath(outline(view).subtracted(outline(view, view.borderWidth)), toQColor(*view.borderColor));
+void KLQtPainter::paintBackground(QPainter& painter, const KLView& view, const QRectF& bounds, double radius) const {
+  if (!view.backgroundColor || view.backgroundColor->alpha <= 0 || bounds.isEmpty()) return;
+  // Under an opaque border the background ends halfway, or its colour would shine through the border's smoothed outer edge.
+  const bool covered = radius > 0 && hasBorder(view) && view.borderColor->alpha >= 1;
+  const double inset = covered ? std::min({qt::alignedWidth(view.borderWidth, scale_), bounds.width(), bounds.height()}) / 2 : 0;
+  painter.fillPath(qt::rounded(bounds.adjusted(inset, inset, -inset, -inset), radius - inset), qt::colorOf(*view.backgroundColor));
 }
 
-void KLQtPainter::drawFocus(const KLView& view) {
-  painter_->fillPath(outline(view).subtracted(outline(view, kFocusWidth)), kFocusColor);
+void KLQtPainter::paintImage(QPainter& painter, const std::shared_ptr<const KLImage>& image, std::size_t frame,
+                             const QRectF& bounds) {
+  if (!image || image->frameCount() == 0 || bounds.isEmpty()) return;
+  const QRectF device = painter.transform().mapRect(bounds);
+  const QImage drawn = images_.image(image->frame(std::min(frame, image->frameCount() - 1)), device.size().toSize());
+  if (drawn.isNull()) return;
+  painter.save();
+  painter.resetTransform();
+  if (drawn.size() == device.size().toSize()) {
+    painter.drawImage(device.topLeft().toPoint(), drawn);  // pixel by pixel
+  } else {
+    painter.drawImage(device, drawn);
+  }
+  painter.restore();
+}
+
+void KLQtPainter::paintText(QPainter& painter, const KLView& view) {
+  const KLQtTextLayout& layout = layoutOf(view);
+  const QRectF bounds = qt::boundsOf(view);
+  painter.save();
+  painter.setClipRect(qt::aligned(painter.transform(), bounds), Qt::IntersectClip);
+  painter.setPen(view.text->color ? qt::colorOf(*view.text->color) : QColor(Qt::black));
+  layout.draw(painter, textOrigin(view, layout.size()), bounds);
+  painter.restore();
+  if (view.kind() == KLView::Kind::TextView) paintScrollIndicator(painter, view);
+}
+
+void KLQtPainter::paintFocusRing(QPainter& painter, const QColor& accent) const {
+  if (!focusRing_) return;
+  const auto ring = [&](double gap, double width, const QColor& color) {
+    const double outset = (gap + width) * scale_;
+    const double outer = focusRing_->radius + outset;
+    const QRectF rect = focusRing_->bounds.adjusted(-outset, -outset, outset, outset);
+    painter.fillPath(qt::frameInside(rect, outer, outer - width * scale_, width * scale_), color);
+  };
+  ring(kRingGap, kRingWidth, accent);
+  ring(kRingGap + kRingWidth, kRingHalo, kRingHaloColor);
+}
+
+const KLQtTextLayout& KLQtPainter::layoutOf(const KLView& view) {
+  using Lines = KLQtTextLayout::Lines;
+  const Lines lines = view.kind() == KLView::Kind::Button ? Lines::One : Lines::Many;
+  const double width = view.frame.width;
+  const auto kept = std::find_if(texts_.begin(), texts_.end(), [&](const KeptText& text) {
+    return text.width == width && text.lines == lines && text.text == *view.text;
+  });
+  if (kept != texts_.end()) {
+    texts_.splice(texts_.begin(), texts_, kept);
+  } else {
+    texts_.emplace_front(font_, *view.text, width, lines);
+    if (texts_.size() > kMostTexts) texts_.pop_back();
+  }
+  return texts_.front().layout;
 }
 
 }  // namespace kaleo

@@ -1,42 +1,62 @@
 #pragma once
 
+#include <QImage>
 #include <QPainter>
-#include <QPainterPath>
+#include <list>
+#include <optional>
 
-#include "KLQtImages.h"
+#include "KLQtImageCache.h"
+#include "KLQtTextLayout.h"
 #include "kaleo/KLView.h"
 
 namespace kaleo {
 
-/// Draws a view tree. Main thread.
+/// Draws a view tree into a picture, by the rules that KLView states.
 ///
-/// What rounds its children's corners or is seen through as a whole is drawn into a layer of the device's own pixels first, so that
-/// edges are smooth at any depth and overlapping children do not show through each other.
+/// Everything is drawn at its resting size, edges on whole device pixels, so that it is sharp at any device scale. A view that is
+/// faded, scaled, pressed or rounded over its contents is drawn into a layer of its own first, which is then clipped, darkened,
+/// faded and scaled as one picture. Texts and pictures are kept ready between calls.
+/// Threads: main thread.
 class KLQtPainter {
  public:
-  /// `painter` draws in points and is kept as long as this object; `images` keeps scaled pictures between frames.
-  KLQtPainter(QPainter& painter, KLQtImages& images) : painter_(&painter), images_(images) {}
+  explicit KLQtPainter(KLQtSystemFont font) : font_(std::move(font)) {}
 
-  /// Draws `view` in its parent's coordinates, which are the painter's.
-  void draw(const KLView& view);
+  /// The tree of `root`, whose frame starts at the origin, on a transparent picture of `size` points at `deviceScale` pixels a
+  /// point. The focused view, if any, gets a ring in `accent` on top of all.
+  QImage paint(const KLView& root, QSizeF size, double deviceScale, const QColor& accent);
 
  private:
-  void drawLayer(const KLView& view, bool rounded);
-  /// Takes away what the layer under way has outside of the view's rounded outline.
-  void cutCorners(const KLView& view);
-  void drawContents(const KLView& view);
-  void drawSubviews(const KLView& view);
-  void drawBackground(const KLView& view);
-  void drawPicture(const KLImage& image, std::size_t frame, const KLView& view);
-  void drawText(const KLView& view);
-  void drawScrollIndicator(const KLView& view);
-  void drawBorder(const KLView& view);
-  void drawFocus(const KLView& view);
+  struct FocusRing {
+    QRectF bounds;  ///< in device pixels
+    double radius;  ///< in device pixels
+  };
+  struct KeptText {
+    KeptText(const KLQtSystemFont& font, const KLAttributedText& source, double points, KLQtTextLayout::Lines count)
+        : text(source), width(points), lines(count), layout(font, source, points, count) {}
+    KLAttributedText text;
+    double width;
+    KLQtTextLayout::Lines lines;
+    KLQtTextLayout layout;
+  };
 
-  double devicePixelRatio() const { return painter_->device()->devicePixelRatioF(); }
+  void paintView(QPainter& painter, const KLView& view);
+  void paintLayer(QPainter& painter, const KLView& view);
+  /// `radius` rounds background and border; 0 where a layer's clip does it.
+  void paintContents(QPainter& painter, const KLView& view, double radius);
+  void paintBackground(QPainter& painter, const KLView& view, const QRectF& bounds, double radius) const;
+  void paintImage(QPainter& painter, const std::shared_ptr<const KLImage>& image, std::size_t frame, const QRectF& bounds);
+  void paintText(QPainter& painter, const KLView& view);
+  void paintFocusRing(QPainter& painter, const QColor& accent) const;
+  const KLQtTextLayout& layoutOf(const KLView& view);
 
-  QPainter* painter_;  ///< of the device, or of the layer under way
-  KLQtImages& images_;
+  const KLQtSystemFont font_;
+  KLQtImageCache images_;
+  std::list<KeptText> texts_;  ///< the one used last comes first
+
+  // The picture being painted.
+  double scale_ = 1;    ///< device pixels a point
+  QPoint layerOrigin_;  ///< of the innermost layer, in device pixels
+  std::optional<FocusRing> focusRing_;
 };
 
 }  // namespace kaleo

@@ -1,49 +1,44 @@
 #include "KLQtTextLayout.h"
 
 #include <QFontDatabase>
-#include <QImage>
+#include <QFontInfo>
+#include <QFontMetricsF>
+#include <QGuiApplication>
 #include <QPainter>
+#include <QTextOption>
 #include <algorithm>
-
-#include "KLQtColor.h"
+#include <cmath>
 
 namespace kaleo {
 namespace {
 
-/// A font size that every font engine takes; a popup's font of size 0 is not drawn at all.
-constexpr double kSmallestFontSize = 0.1;
+constexpr double kPointsPerInch = 72;
+/// Larger letters than any screen shows cost only memory.
 constexpr double kLargestFontSize = 2000;
-/// Wide enough for any single line, within the fixed point numbers of the layout.
-constexpr double kUnboundedWidth = 4'000'000;
-constexpr int kDotsPerMeterAt72 = 2835;
+/// In UTF-16 units. A longer text takes a noticeable time to break into lines and nobody reads it in a popup.
+constexpr qsizetype kLongestText = 32 * 1024;
+/// In points; what Qt's fixed-point line widths can hold with room to spare.
+constexpr double kWidestLine = 1e6;
 
-/// A device of 72 dots an inch, on which a typographic point is a pixel.
-const QImage& referenceDevice() {
-  static const QImage device = [] {
-    QImage image(1, 1, QImage::Format_ARGB32_Premultiplied);
-    image.setDotsPerMeterX(kDotsPerMeterAt72);
-    image.setDotsPerMeterY(kDotsPerMeterAt72);
-    return image;
-  }();
-  return device;
+bool hasSize(const KLAttributedText& text) { return std::isfinite(text.fontSize) && text.fontSize > 0; }
+
+double finiteOrZero(double value) { return std::isfinite(value) ? value : 0; }
+
+QString withLineSeparators(const std::string& utf8) {
+  QString text = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())).left(kLongestText);
+  text.replace(QStringLiteral("\r\n"), QChar(QChar::LineSeparator));
+  text.replace(QLatin1Char('\n'), QChar::LineSeparator);
+  text.replace(QLatin1Char('\r'), QChar::LineSeparator);
+  text.replace(QChar(QChar::ParagraphSeparator), QChar(QChar::LineSeparator));
+  return text;
 }
 
-QFont fontFor(const KLAttributedText& text) {
-  QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-  font.setPointSizeF(std::clamp(text.fontSize, kSmallestFontSize, kLargestFontSize));
-  font.setLetterSpacing(QFont::AbsoluteSpacing, text.kerning);
-  font.setUnderline(text.underline);
-  font.setHintingPreference(QFont::PreferNoHinting);
-  return font;
+QString onOneLine(QString text, const QFont& font, double width) {
+  text.replace(QChar(QChar::LineSeparator), QLatin1Char(' '));
+  return QFontMetricsF(font).elidedText(text, Qt::ElideRight, width);
 }
 
-QString layoutText(const std::string& text) {
-  return QString::fromStdString(text)
-      .replace(QStringLiteral("\r\n"), QString(QChar::LineSeparator))
-      .replace(QLatin1Char('\n'), QChar::LineSeparator);
-}
-
-Qt::Alignment alignmentFor(KLTextAlignment alignment) {
+Qt::Alignment alignmentOf(KLTextAlignment alignment) {
   switch (alignment) {
     case KLTextAlignment::Center:
       return Qt::AlignHCenter;
@@ -52,36 +47,65 @@ Qt::Alignment alignmentFor(KLTextAlignment alignment) {
     case KLTextAlignment::Left:
       break;
   }
-  return Qt::AlignLeft;
+  return Qt::AlignLeft | Qt::AlignAbsolute;
+}
+
+QTextOption optionFor(const KLAttributedText& text, KLQtTextLayout::Lines lines) {
+  QTextOption option(lines == KLQtTextLayout::Lines::One ? Qt::AlignHCenter : alignmentOf(text.alignment));
+  option.setWrapMode(lines == KLQtTextLayout::Lines::One ? QTextOption::NoWrap : QTextOption::WrapAtWordBoundaryOrAnywhere);
+  option.setUseDesignMetrics(true);
+  return option;
 }
 
 }  // namespace
 
-KLQtTextLayout::KLQtTextLayout(const KLAttributedText& text, std::optional<double> width)
-    : layout_(layoutText(text.text), fontFor(text), &referenceDevice()), color_(text.color ? toQColor(*text.color) : Qt::black) {
-  QTextOption option(width ? alignmentFor(text.alignment) : Qt::AlignLeft);
-  option.setWrapMode(width ? QTextOption::WrapAtWordBoundaryOrAnywhere : QTextOption::NoWrap);
-  option.setUseDesignMetrics(true);
-  layout_.setTextOption(option);
-  layout_.setCacheEnabled(true);
-  const double lineWidth = width ? std::clamp(*width, 0.0, kUnboundedWidth) : kUnboundedWidth;
-  double y = 0, longest = 0;
-  layout_.beginLayout();
-  for (QTextLine line = layout_.createLine(); line.isValid(); line = layout_.createLine()) {
-    line.setLeadingIncluded(true);
-    line.setLineWidth(lineWidth);
-    if (y > 0) y += text.lineSpacing;
-    line.setPosition({0, y});
-    y += line.height();
-    longest = std::max(longest, line.naturalTextWidth());
-  }
-  layout_.endLayout();
-  size_ = {longest, y};
+KLQtSystemFont::KLQtSystemFont() : font_(QGuiApplication::font()) {
+  font_.setHintingPreference(QFont::PreferNoHinting);
+  font_.setStyleStrategy(static_cast<QFont::StyleStrategy>(QFont::PreferAntialias | QFont::NoSubpixelAntialias));
+  font_.setWeight(QFont::Normal);
+  font_.setStyle(QFont::StyleNormal);
+  QFont inch = font_;
+  inch.setPointSizeF(kPointsPerInch);
+  dotsPerInch_ = std::max(1, QFontInfo(inch).pixelSize());
 }
 
-void KLQtTextLayout::draw(QPainter& painter, QPointF topLeft) const {
-  painter.setPen(color_);
-  layout_.draw(&painter, topLeft);
+QFont KLQtSystemFont::fontFor(const KLAttributedText& text) const {
+  QFont font = font_;
+  font.setPointSizeF(std::min(text.fontSize, kLargestFontSize) * kPointsPerInch / dotsPerInch_);
+  font.setLetterSpacing(QFont::AbsoluteSpacing, finiteOrZero(text.kerning));
+  font.setUnderline(text.underline);
+  return font;
+}
+
+KLQtTextLayout::KLQtTextLayout(const KLQtSystemFont& systemFont, const KLAttributedText& text, double width, Lines lines) {
+  if (!hasSize(text) || text.text.empty()) return;
+  const double lineWidth = std::clamp(finiteOrZero(width), 0.0, kWidestLine);
+  const QFont font = systemFont.fontFor(text);
+  const QString content = withLineSeparators(text.text);
+  layout_.setText(lines == Lines::One ? onOneLine(content, font, lineWidth) : content);
+  layout_.setFont(font);
+  layout_.setTextOption(optionFor(text, lines));
+  layout_.setCacheEnabled(true);
+  breakLines(lineWidth, finiteOrZero(text.lineSpacing));
+}
+
+void KLQtTextLayout::breakLines(double width, double lineSpacing) {
+  double top = 0;
+  layout_.beginLayout();
+  for (QTextLine line = layout_.createLine(); line.isValid(); line = layout_.createLine()) {
+    if (line.lineNumber() > 0) top += lineSpacing;
+    line.setLeadingIncluded(true);
+    line.setLineWidth(width);
+    line.setPosition({0, top});
+    top += line.height();
+    size_.rwidth() = std::max(size_.width(), line.naturalTextWidth());
+  }
+  layout_.endLayout();
+  size_.setHeight(top);
+}
+
+void KLQtTextLayout::draw(QPainter& painter, QPointF origin, const QRectF& visible) const {
+  if (layout_.lineCount() > 0) layout_.draw(&painter, origin, {}, visible);
 }
 
 }  // namespace kaleo

@@ -133,8 +133,9 @@ KLValue restored(const simdjson::dom::element& element) {
     case Type::ARRAY:
       break;
   }
+  const simdjson::dom::array members = element.get_array().value_unsafe();  // outlives the walk over it
   KLValue::Array array;
-  for (const auto member : element.get_array().value_unsafe()) array.push_back(restored(member));
+  for (const simdjson::dom::element member : members) array.push_back(restored(member));
   return array;
 }
 

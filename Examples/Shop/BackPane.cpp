@@ -76,7 +76,11 @@ BackPane::BackPane() : QWidget(nullptr, Qt::Tool), filter_(new KindFilter(this))
   list_->setResizeMode(QListView::Adjust);
   list_->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   list_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  list_->setStyleSheet("QListView{background:white;border:1px solid " + kLine.name() + ";border-radius:12px;padding:6px 0}");
+  list_->setStyleSheet("QListView{background:white;border:1px solid " + kLine.name() +
+                       ";border-radius:12px;padding:6px 0}"
+                       "QScrollBar:vertical{background:transparent;width:8px;margin:4px 2px}"
+                       "QScrollBar::handle:vertical{background:#D9D2CA;border-radius:2px;min-height:24px}"
+                       "QScrollBar::add-line,QScrollBar::sub-line{height:0}");
 
   auto* const title = new QLabel("Behind the counter");
   title->setFont(face(20, QFont::Bold));
@@ -117,6 +121,8 @@ void BackPane::append(Record record) {
   records_.append(std::move(record));
   if (atEnd) list_->scrollToBottom();
 }
+
+void BackPane::showEvent(QShowEvent*) { QMetaObject::invokeMethod(list_, &QListView::scrollToBottom, Qt::QueuedConnection); }
 
 void BackPane::paintEvent(QPaintEvent*) { QPainter(this).fillRect(rect(), kPaper); }
 

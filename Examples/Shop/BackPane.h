@@ -22,6 +22,7 @@ class BackPane : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  void showEvent(QShowEvent* event) override;
 
  private:
   class KindFilter;

@@ -4,7 +4,6 @@
 #include <QImageReader>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLinearGradient>
 #include <QNetworkReply>
 #include <QPainter>
 #include <QPainterPath>
@@ -15,7 +14,7 @@
 namespace shop {
 namespace {
 
-constexpr int kHeight = 176, kRadius = 16, kInset = 16, kButtonHeight = 32;
+constexpr int kHeroHeight = 164, kGapBelow = 14, kHeight = 308, kRadius = 16, kInset = 16, kButtonHeight = 34;
 constexpr int kFetchMilliseconds = 10000;
 constexpr qint64 kMaxPictureBytes = 8 << 20;
 constexpr int kMaxPictureSide = 4096;
@@ -48,7 +47,7 @@ bool OfferBanner::present(const QByteArray& content) {
   code_ = offer["code"].toString();
   button_->setText(offer["button"]["text"].toString("Use it"));
   button_->adjustSize();
-  button_->move(kInset, kHeight - kInset - kButtonHeight);
+  button_->move(kInset, kHeight - kGapBelow - kInset - kButtonHeight);
   picture_ = {};
   fetchPicture(QUrl(offer["image"].toString()));
   show();
@@ -74,24 +73,27 @@ void OfferBanner::paintEvent(QPaintEvent*) {
   QPainter painter(this);
   painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
   QPainterPath shape;
-  shape.addRoundedRect(rect(), kRadius, kRadius);
+  shape.addRoundedRect(QRectF(0, 0, width(), kHeight - kGapBelow).adjusted(0.5, 0.5, -0.5, -0.5), kRadius, kRadius);
+  painter.fillPath(shape, kWhite);
+  painter.save();
   painter.setClipPath(shape);
-  painter.fillRect(rect(), kInk);
+  const QRect hero(0, 0, width(), kHeroHeight);
+  painter.fillRect(hero, kInk);
   if (!picture_.isNull()) {
-    const QSize scaled = picture_.size().scaled(size(), Qt::KeepAspectRatioByExpanding);
-    painter.drawPixmap(QRect(QPoint(width() - scaled.width(), (height() - scaled.height()) / 2), scaled), picture_);
+    const QSize scaled = picture_.size().scaled(hero.size(), Qt::KeepAspectRatioByExpanding);
+    painter.setClipRect(hero, Qt::IntersectClip);
+    painter.drawPixmap(QRect(QPoint((width() - scaled.width()) / 2, (kHeroHeight - scaled.height()) / 2), scaled), picture_);
   }
-  QLinearGradient veil(0, 0, width(), 0);
-  veil.setColorAt(0, QColor(0x1B, 0x27, 0x32, 240));
-  veil.setColorAt(0.55, QColor(0x1B, 0x27, 0x32, 205));
-  veil.setColorAt(1, QColor(0x1B, 0x27, 0x32, 70));
-  painter.fillRect(rect(), veil);
-  painter.setPen(kWhite);
-  painter.setFont(face(17, QFont::DemiBold));
-  painter.drawText(QRect(kInset, kInset, width() - 2 * kInset, 24), Qt::AlignLeft | Qt::AlignVCenter, title_);
-  painter.setFont(face(13));
-  painter.setPen(QColor(255, 255, 255, 215));
-  painter.drawText(QRect(kInset, kInset + 32, 230, 66), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, message_);
+  painter.restore();
+  painter.setPen(QPen(kLine, 1));
+  painter.drawPath(shape);
+  const int textWidth = width() - 2 * kInset;
+  painter.setPen(kInk);
+  painter.setFont(face(16, QFont::DemiBold));
+  painter.drawText(QRect(kInset, kHeroHeight + 12, textWidth, 22), Qt::AlignLeft | Qt::AlignVCenter, title_);
+  painter.setPen(kMuted);
+  painter.setFont(face(12));
+  painter.drawText(QRect(kInset, kHeroHeight + 37, textWidth, 36), Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, message_);
 }
 
 }  // namespace shop

@@ -49,6 +49,8 @@ constexpr std::string_view kDecisions[] = {
 
 bool startsWith(const std::string& line, std::string_view begin) { return line.compare(0, begin.size(), begin) == 0; }
 
+bool isOwnEventOfLibrary(const std::string& event) { return startsWith(event, "$"); }
+
 const Refusal* refusalOf(const std::string& line) {
   const auto* const found = std::find_if(std::begin(kRefusals), std::end(kRefusals), [&](const Refusal& refusal) {
     return startsWith(line, refusal.begin) && line.find(refusal.part) != std::string::npos;
@@ -82,7 +84,7 @@ std::optional<PopupStatus::Report> PopupStatus::read(const std::string& line) {
   } else if (startsWith(line, kPlanCheck)) {
     plan_ = line.substr(kPlanCheck.size());
   } else if (startsWith(line, kNotListened)) {
-    if (!event_.empty() && event_[0] != '$') return heldBack("no campaign listens to it");
+    if (!isOwnEventOfLibrary(event_)) return heldBack("no campaign listens to it");
   } else if (startsWith(line, kChosen)) {
     return Report{Mood::Shown, "Campaign " + line.substr(kChosen.size()) + " answers " + event_ + "."};
   } else if (startsWith(line, kConfigured)) {
@@ -93,7 +95,8 @@ std::optional<PopupStatus::Report> PopupStatus::read(const std::string& line) {
   return std::nullopt;
 }
 
-bool isDecision(const std::string& line) {
+bool PopupStatus::isDecision(const std::string& line) const {
+  if (isOwnEventOfLibrary(event_) && (startsWith(line, kStart) || startsWith(line, kNotListened))) return false;
   const auto begins = [&](std::string_view begin) { return startsWith(line, begin); };
   return refusalOf(line) != nullptr || std::any_of(std::begin(kDecisions), std::end(kDecisions), begins);
 }

@@ -20,6 +20,10 @@ class PopupStatus {
   /// Reads the next line; answers what to say now when the line changes it.
   std::optional<Report> read(const std::string& line);
 
+  /// Whether a line, already read, tells of a decision about one of the application's own events, and not of a step on the way to
+  /// one or of the library's own events.
+  bool isDecision(const std::string& line) const;
+
  private:
   std::optional<Report> heldBack(std::string reason);
 
@@ -27,8 +31,5 @@ class PopupStatus {
   std::string plan_;                  ///< under check
   std::vector<std::string> reasons_;  ///< why plans did not answer the event, each once
 };
-
-/// Whether a line tells of a decision, and not of a step on the way to one.
-bool isDecision(const std::string& line);
 
 }  // namespace shop

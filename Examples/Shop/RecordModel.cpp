@@ -33,6 +33,8 @@ QVariant RecordModel::data(const QModelIndex& index, int role) const {
       return static_cast<int>(record.kind);
     case kTimeRole:
       return record.time;
+    case kTitleRole:
+      return record.title;
     default:
       return {};
   }

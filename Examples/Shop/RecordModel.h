@@ -13,6 +13,7 @@ enum class RecordKind { Event, Error, Decision, Progress, Detail };
 struct Record {
   RecordKind kind = RecordKind::Progress;
   QDateTime time;
+  QString title;  ///< empty: none
   QString text;
 };
 
@@ -21,7 +22,7 @@ class RecordModel : public QAbstractListModel {
  public:
   static constexpr std::size_t kMaxRecords = 2000;
   static constexpr int kMaxCharacters = 240;  ///< longer texts are cut
-  static constexpr int kKindRole = Qt::UserRole, kTimeRole = Qt::UserRole + 1;
+  static constexpr int kKindRole = Qt::UserRole, kTimeRole = Qt::UserRole + 1, kTitleRole = Qt::UserRole + 2;
 
   using QAbstractListModel::QAbstractListModel;
 

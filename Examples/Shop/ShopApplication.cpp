@@ -36,11 +36,21 @@ KLObject propertiesOf(const Product& product) {
           {"category", product.category.toStdString()}};
 }
 
-RecordKind kindOf(const nimbra::LogLine& line) {
+RecordKind kindOf(int level, bool decision) {
   constexpr int kError = 1, kInfo = 4;
-  if (line.level <= kError) return RecordKind::Error;
-  if (line.level > kInfo) return RecordKind::Detail;
-  return isDecision(line.message) ? RecordKind::Decision : RecordKind::Progress;
+  if (level <= kError) return RecordKind::Error;
+  if (level > kInfo) return RecordKind::Detail;
+  return decision ? RecordKind::Decision : RecordKind::Progress;
+}
+
+/// Properties for people: "name value", separated by dots.
+QString describe(const KLValue& properties) {
+  QStringList parts;
+  for (const auto& [name, value] : properties.asObject()) {
+    const std::string text = value.isString() ? value.asString() : nimbra::toJSON(value);
+    parts << QString::fromStdString(name + " " + text);
+  }
+  return parts.join(QString::fromUtf8("  ·  "));
 }
 
 QDateTime timeOf(double seconds) { return QDateTime::fromMSecsSinceEpoch(static_cast<qint64>(seconds * 1000)); }
@@ -71,6 +81,7 @@ std::shared_ptr<nimbra::Nimbra> ShopApplication::startAnalytics(const KLPlatform
                        .notificationCenter = platform.notificationCenter,
                        .clock = platform.clock,
                        .random = platform.random,
+                       .logToFile = true,
                        .logSink = [this](const nimbra::LogLine& line) { onMain([this, line] { readLog(line); }); }});
   analytics->tracker().addObserver([this](const KLValue& record) { onMain([this, record] { readEvent(record); }); });
   return analytics;
@@ -119,15 +130,16 @@ ShopActions ShopApplication::makeActions() {
 void ShopApplication::onMain(std::function<void()> work) { QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection); }
 
 void ShopApplication::readLog(const nimbra::LogLine& line) {
-  pane_->append({kindOf(line), timeOf(line.time), QString::fromStdString(line.message)});
   if (const auto report = status_.read(line.message)) window_->setStatus(*report);
-  emit logged(line);
+  const bool decision = status_.isDecision(line.message);
+  pane_->append({kindOf(line.level, decision), timeOf(line.time), {}, QString::fromStdString(line.message)});
+  emit logged(line, decision);
 }
 
 void ShopApplication::readEvent(const KLValue& record) {
   constexpr double kMilliseconds = 1000;
-  const std::string text = record.find("event")->asString() + "  " + nimbra::toJSON(*record.find("properties"));
-  pane_->append({RecordKind::Event, timeOf(record.find("time")->asDouble() / kMilliseconds), QString::fromStdString(text)});
+  pane_->append({RecordKind::Event, timeOf(record.find("time")->asDouble() / kMilliseconds),
+                 QString::fromStdString(record.find("event")->asString()), describe(*record.find("properties"))});
   emit tracked(record);
 }
 

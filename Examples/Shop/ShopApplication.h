@@ -34,7 +34,8 @@ class ShopApplication : public QObject {
   BackPane& pane() { return *pane_; }
 
  signals:
-  void logged(const nimbra::LogLine& line);
+  /// `decision`: see PopupStatus::isDecision.
+  void logged(const nimbra::LogLine& line, bool decision);
   void tracked(const kaleo::KLValue& record);
   void noted(const QString& what);
 

@@ -6,19 +6,22 @@ namespace {
 using kaleo::KLCampaign;
 using kaleo::KLError;
 
+/// A test popup has no plan.
+std::string popup(const std::string& planID) { return planID.empty() ? "test popup" : "popup " + planID; }
+
 std::string nameOf(const KLCampaign& campaign) {
-  return campaign.planID.value_or("test") + (campaign.name ? " (" + *campaign.name + ")" : "");
+  return campaign.planID.value_or("of the test") + (campaign.name ? " (" + *campaign.name + ")" : "");
 }
 
 }  // namespace
 
-void ShopDelegates::popupLoadSuccessWithPlanID(const std::string& planID) { handlers_.note("popup " + planID + " is on screen"); }
+void ShopDelegates::popupLoadSuccessWithPlanID(const std::string& planID) { handlers_.note(popup(planID) + " is on screen"); }
 
 void ShopDelegates::popupLoadFailedWithPlanID(const std::string& planID, const KLError& error) {
-  handlers_.note("popup " + planID + " failed: " + error.localizedDescription);
+  handlers_.note(popup(planID) + " failed: " + error.localizedDescription);
 }
 
-void ShopDelegates::popupDidCloseWithPlanID(const std::string& planID) { handlers_.note("popup " + planID + " is closed"); }
+void ShopDelegates::popupDidCloseWithPlanID(const std::string& planID) { handlers_.note(popup(planID) + " is closed"); }
 
 void ShopDelegates::campaignDidStart(const KLCampaign& campaign) {
   if (campaign.type != KLCampaign::kTypeCustomized) return;

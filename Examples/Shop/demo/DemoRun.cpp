@@ -13,7 +13,6 @@ namespace {
 
 constexpr double kPatience = 15;          ///< seconds for anything that takes a moment
 constexpr double kIntervalMargin = 0.05;  ///< seconds; a window has ended only after its last moment
-constexpr double kSettle = 0.5;           ///< seconds for a movement that nothing tells the end of
 const QColor kCopyButton{253, 240, 234};  ///< of the welcome card
 constexpr std::size_t kVase = 0, kMug = 1, kLamp = 3;
 constexpr QPoint kOnTheMask{20, 90};
@@ -56,7 +55,7 @@ void DemoRun::expectPopup(int plan, const QString& picture) {
   expect(shown, "campaign " + number + " shows its popup");
   const auto displayed = [&] { return stage_.tracked("$PlanPopupDisplay", "\"" + number + "\"") == 1; };
   expect(stage_.until(displayed, kPatience), "its display is tracked once");
-  stage_.until([] { return false; }, kSettle);
+  stage_.untilStill();
   stage_.takePicture(window(), picture);
 }
 
@@ -77,8 +76,7 @@ void DemoRun::expectMainButtonCloses(int plan) {
 }
 
 void DemoRun::letIntervalPass() {
-  // The window starts anew when the popup has closed; its line comes a moment after.
-  stage_.until([] { return false; }, kSettle);
+  stage_.until([&] { return !stage_.popupUnderWay(); }, kPatience);
   stage_.untilTime(stage_.globalIntervalEnd() + kIntervalMargin);
 }
 
@@ -136,6 +134,8 @@ void DemoRun::pay() {
   stage_.click(window().footer().payButton());
   expectPopup(103, "07-spring-sale");
   expectMainButtonCloses(103);
+  const auto converted = [&] { return stage_.logHas("convert result is: YES"); };
+  expect(stage_.until(converted, kPatience), "the server reports that campaign 103 worked");
 }
 
 void DemoRun::payAgain() {
@@ -144,8 +144,6 @@ void DemoRun::payAgain() {
   expectHeldBack("another popup was on screen a moment ago");
   stage_.click(window().footer().payButton());
   expectHeldBack("No popup after Pay");
-  const auto converted = [&] { return stage_.logHas("convert result is: YES"); };
-  expect(stage_.until(converted, kPatience), "the server reports that campaign 103 worked");
 }
 
 void DemoRun::logIn() {
@@ -164,11 +162,12 @@ void DemoRun::logIn() {
 void DemoRun::openTestLink() {
   begin("A marketer opens a test link");
   expect(kaleo::Kaleo::handleOpenURL("shop://popupwindow?kl_popup_test=true&popup_window_id=102"), "the link is taken");
-  expect(stage_.until([&] { return stage_.noteHas("is on screen"); }, kPatience), "its popup shows whatever the rules say");
-  stage_.until([] { return false; }, kSettle);
+  expect(stage_.until([&] { return stage_.noteHas("test popup is on screen"); }, kPatience),
+         "its popup shows whatever the rules say");
+  stage_.untilStill();
   stage_.takePicture(window(), "09-test-popup");
   if (const auto button = stage_.find(kCoral)) stage_.click(*button);
-  expect(stage_.until([&] { return stage_.noteHas("is closed"); }, kPatience), "a click on its main button closes it");
+  expect(stage_.until([&] { return stage_.noteHas("test popup is closed"); }, kPatience), "a click on its main button closes it");
 }
 
 void DemoRun::logOut() {
@@ -178,7 +177,7 @@ void DemoRun::logOut() {
          "the campaigns of the user are gone");
   stage_.takePicture(window(), "10-shop-afterwards");
   stage_.application().pane().show();
-  stage_.until([] { return false; }, kSettle);
+  stage_.untilStill();
   stage_.takePicture(stage_.application().pane(), "11-behind-the-counter");
 }
 

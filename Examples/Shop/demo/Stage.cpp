@@ -6,7 +6,9 @@
 #include <QMouseEvent>
 #include <QRegularExpression>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include "Nimbra/JSON.h"
 
@@ -15,6 +17,8 @@ namespace {
 
 constexpr int kBroad = 80;  ///< points; broader than any other patch of a button's colour
 constexpr int kIntoButton = 8;
+constexpr int kGlanceMilliseconds = 60;
+constexpr double kStillLimitSeconds = 1;
 
 void say(const char* kind, const QString& text) {
   std::printf("  %-8s %s\n", kind, text.toUtf8().constData());
@@ -57,24 +61,40 @@ Stage::Stage(ShopApplication& application, const QString& out) : application_(ap
   });
 }
 
-void Stage::readLog(const nimbra::LogLine& line) {
+void Stage::readLog(const nimbra::LogLine& line, bool decision) {
   static const QRegularExpression window("^global interval window startTime is .*, endTime is ([0-9.]+)");
   const QString message = QString::fromStdString(line.message);
   log_ << message;
-  if (const auto match = window.match(message); match.hasMatch()) globalIntervalEnd_ = match.captured(1).toDouble();
+  if (const auto match = window.match(message); match.hasMatch()) {
+    globalIntervalEnd_ = match.captured(1).toDouble();
+    popupUnderWay_ = !popupUnderWay_;
+  }
   if (line.level <= 1) return say("error", message);
-  if (isDecision(line.message)) say("decision", message);
+  if (decision) say("decision", message);
 }
 
 bool Stage::until(const std::function<bool()>& condition, double seconds) {
   QTimer limit;
   limit.setSingleShot(true);
+  limit.setTimerType(Qt::PreciseTimer);  // any other may come early
   limit.start(static_cast<int>(seconds * 1000));
   while (!condition()) {
     if (!limit.isActive()) return false;
     QApplication::processEvents(QEventLoop::WaitForMoreEvents);
   }
   return true;
+}
+
+void Stage::untilStill() {
+  QImage before;
+  bool still = false;
+  QTimer glances;
+  connect(&glances, &QTimer::timeout, this, [&] {
+    const QImage now = application_.window().grab().toImage();
+    still = now == std::exchange(before, now);
+  });
+  glances.start(kGlanceMilliseconds);
+  until([&] { return still; }, kStillLimitSeconds);
 }
 
 void Stage::untilTime(double time) {

@@ -20,6 +20,8 @@ class Stage : public QObject {
 
   /// Runs the event loop until `condition` holds. False when it does not within `seconds`.
   bool until(const std::function<bool()>& condition, double seconds);
+  /// Runs the event loop until the shop's window looks the same twice in a row; moving pictures are given up on after a second.
+  void untilStill();
   /// Runs the event loop until the time of day is `time`, in seconds since 1970.
   void untilTime(double time);
 
@@ -38,18 +40,21 @@ class Stage : public QObject {
   bool noteHas(const QString& text) const;
   /// How often `event` was tracked, with properties whose JSON holds `text`.
   int tracked(const QString& event, const QString& text = {}) const;
+  /// Whether a popup has started the global interval for its display and not yet anew for its end.
+  bool popupUnderWay() const { return popupUnderWay_; }
   /// When the popup that was shown last lets the next one pass, in seconds since 1970; 0 before the first.
   double globalIntervalEnd() const { return globalIntervalEnd_; }
 
   ShopApplication& application() { return application_; }
 
  private:
-  void readLog(const nimbra::LogLine& line);
+  void readLog(const nimbra::LogLine& line, bool decision);
 
   ShopApplication& application_;
   const QString out_;
   QStringList log_, notes_, events_;
   double globalIntervalEnd_ = 0;
+  bool popupUnderWay_ = false;
 };
 
 }  // namespace shop

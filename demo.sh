@@ -31,12 +31,12 @@ echo "Building what has changed."
 cmake --build $build --target kaleo-tool kaleo-shop
 
 work=$(mktemp -d)
-server=
+running=()
 leave() {
-  if [ -n "$server" ]; then
-    kill "$server" 2>/dev/null || true
-    wait "$server" 2>/dev/null || true
-  fi
+  for process in "${running[@]}"; do
+    kill "$process" 2>/dev/null || true
+    wait "$process" 2>/dev/null || true
+  done
   rm -rf "$work"
 }
 trap leave EXIT
@@ -51,10 +51,12 @@ if [ $headless = yes ]; then
   sed -i 's/\("popup_interval_global".*"value": \)20}/\13}/' "$campaigns/user_popup_configs.json"
   mkdir -p $output
   rm -f $output/*.png
+  export XDG_RUNTIME_DIR=${XDG_RUNTIME_DIR:-$work}
 fi
 
 $build/bin/kaleo serve "$campaigns" --print-port-file "$work/port" >"$work/server.log" 2>&1 &
 server=$!
+running+=("$server")
 until [ -s "$work/port" ]; do
   kill -0 "$server" 2>/dev/null || { cat "$work/server.log" >&2; exit 1; }
   sleep 0.05
@@ -62,15 +64,21 @@ done
 url=http://127.0.0.1:$(cat "$work/port")
 echo "A popup server serves $campaigns at $url."
 
+# In the background, so that a signal ends the wait at once and the shop with it.
 status=0
+open_shop() {
+  $build/bin/kaleo-shop --server "$url" "$@" &
+  running=("$!" "${running[@]}")
+  wait "$!" || status=$?
+}
 if [ $headless = yes ]; then
   echo "The shop plays a visit from a script, without a screen."
-  $build/bin/kaleo-shop --server "$url" --data "$work/data" --headless --out $output || status=$?
+  open_shop --data "$work/data" --headless --out $output
   cp "$work/server.log" $output/server.log
   echo "Pictures and the server's log are in $output/."
 else
   echo "The shop opens. Look at a product, add it to the cart, pay, log in; the pane beside the shop says what happens and why."
   echo "Edit the files in Examples/Campaigns while it runs: the shop fetches them each minute. Close the shop to end."
-  $build/bin/kaleo-shop --server "$url" --data "$PWD/$build/shop-data" || status=$?
+  open_shop --data "$PWD/$build/shop-data"
 fi
 exit $status

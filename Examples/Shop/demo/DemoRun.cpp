@@ -176,8 +176,7 @@ void DemoRun::logOut() {
   expect(stage_.until([&] { return stage_.logHas("Set popup config for trigger"); }, kPatience),
          "the campaigns of the user are gone");
   stage_.takePicture(window(), "10-shop-afterwards");
-  stage_.application().pane().show();
-  stage_.untilStill();
+  stage_.application().pane().list().scrollToBottom();
   stage_.takePicture(stage_.application().pane(), "11-behind-the-counter");
 }
 

@@ -1,7 +1,5 @@
 #include "KLQtTextLayout.h"
 
-#include <QFontDatabase>
-#include <QFontInfo>
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
@@ -12,17 +10,22 @@
 namespace kaleo {
 namespace {
 
-constexpr double kPointsPerInch = 72;
 /// Larger letters than any screen shows cost only memory.
 constexpr double kLargestFontSize = 2000;
 /// In UTF-16 units. A longer text takes a noticeable time to break into lines and nobody reads it in a popup.
 constexpr qsizetype kLongestText = 32 * 1024;
 /// In points; what Qt's fixed-point line widths can hold with room to spare.
 constexpr double kWidestLine = 1e6;
+/// In points, between letters or lines.
+constexpr double kWidestSpacing = 1e4;
+/// The smallest size, in points: below it the layout's units would be beyond its numbers, and nothing is to be seen.
+constexpr double kSmallestFontSize = 0.1;
 
-bool hasSize(const KLAttributedText& text) { return std::isfinite(text.fontSize) && text.fontSize > 0; }
+bool hasSize(const KLAttributedText& text) { return std::isfinite(text.fontSize) && text.fontSize >= kSmallestFontSize; }
 
 double finiteOrZero(double value) { return std::isfinite(value) ? value : 0; }
+
+double withinReason(double spacing) { return std::clamp(finiteOrZero(spacing), -kWidestSpacing, kWidestSpacing); }
 
 QString withLineSeparators(const std::string& utf8) {
   QString text = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())).left(kLongestText);
@@ -64,29 +67,29 @@ KLQtSystemFont::KLQtSystemFont() : font_(QGuiApplication::font()) {
   font_.setStyleStrategy(static_cast<QFont::StyleStrategy>(QFont::PreferAntialias | QFont::NoSubpixelAntialias));
   font_.setWeight(QFont::Normal);
   font_.setStyle(QFont::StyleNormal);
-  QFont inch = font_;
-  inch.setPointSizeF(kPointsPerInch);
-  dotsPerInch_ = std::max(1, QFontInfo(inch).pixelSize());
 }
 
-QFont KLQtSystemFont::fontFor(const KLAttributedText& text) const {
+QFont KLQtSystemFont::ofSize(int pixelSize) const {
   QFont font = font_;
-  font.setPointSizeF(std::min(text.fontSize, kLargestFontSize) * kPointsPerInch / dotsPerInch_);
-  font.setLetterSpacing(QFont::AbsoluteSpacing, finiteOrZero(text.kerning));
-  font.setUnderline(text.underline);
+  font.setPixelSize(pixelSize);
   return font;
 }
 
 KLQtTextLayout::KLQtTextLayout(const KLQtSystemFont& systemFont, const KLAttributedText& text, double width, Lines lines) {
   if (!hasSize(text) || text.text.empty()) return;
-  const double lineWidth = std::clamp(finiteOrZero(width), 0.0, kWidestLine);
-  const QFont font = systemFont.fontFor(text);
+  const double fontSize = std::min(text.fontSize, kLargestFontSize);
+  const int pixelSize = std::max(1, static_cast<int>(std::lround(fontSize)));
+  unit_ = fontSize / pixelSize;
+  const double lineWidth = std::clamp(finiteOrZero(width), 0.0, kWidestLine) / unit_;
+  QFont font = systemFont.ofSize(pixelSize);
+  font.setLetterSpacing(QFont::AbsoluteSpacing, withinReason(text.kerning) / unit_);
+  font.setUnderline(text.underline);
   const QString content = withLineSeparators(text.text);
   layout_.setText(lines == Lines::One ? onOneLine(content, font, lineWidth) : content);
   layout_.setFont(font);
   layout_.setTextOption(optionFor(text, lines));
   layout_.setCacheEnabled(true);
-  breakLines(lineWidth, finiteOrZero(text.lineSpacing));
+  breakLines(lineWidth, withinReason(text.lineSpacing) / unit_);
 }
 
 void KLQtTextLayout::breakLines(double width, double lineSpacing) {
@@ -97,15 +100,20 @@ void KLQtTextLayout::breakLines(double width, double lineSpacing) {
     line.setLeadingIncluded(true);
     line.setLineWidth(width);
     line.setPosition({0, top});
-    top += line.height();
-    size_.rwidth() = std::max(size_.width(), line.naturalTextWidth());
+    top += line.ascent() + line.descent() + line.leading();  // its height() would be rounded up
+    size_.rwidth() = std::max(size_.width(), line.naturalTextWidth() * unit_);
   }
   layout_.endLayout();
-  size_.setHeight(top);
+  size_.setHeight(top * unit_);
 }
 
 void KLQtTextLayout::draw(QPainter& painter, QPointF origin, const QRectF& visible) const {
-  if (layout_.lineCount() > 0) layout_.draw(&painter, origin, {}, visible);
+  if (layout_.lineCount() == 0) return;
+  painter.save();
+  painter.translate(origin);
+  painter.scale(unit_, unit_);
+  layout_.draw(&painter, {0, 0}, {}, QRectF((visible.topLeft() - origin) / unit_, visible.size() / unit_));
+  painter.restore();
 }
 
 }  // namespace kaleo

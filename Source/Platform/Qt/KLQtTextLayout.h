@@ -9,27 +9,24 @@ class QPainter;
 
 namespace kaleo {
 
-/// The family that texts are set in, taken once from the application's font.
-///
-/// Sizes are in points = device independent pixels, fractions allowed, whatever the screen's dots per inch. Hinting is off, so
-/// that widths and line heights grow in proportion and lines break alike at every device scale.
+/// The family that texts are set in, taken once from the application's font. Hinting is off, so that widths and line heights grow
+/// in proportion and lines break alike at every device scale.
 /// Threads: made on the main thread, immutable, then read on any.
 class KLQtSystemFont {
  public:
   KLQtSystemFont();
-  /// The font for a text's size, kerning and underline.
-  QFont fontFor(const KLAttributedText& text) const;
+  /// The font `pixelSize` device independent pixels high. Qt sets type in whole pixels only.
+  QFont ofSize(int pixelSize) const;
 
  private:
   QFont font_;
-  double dotsPerInch_;  ///< what Qt multiplies the font's typographic size with
 };
 
 /// One text broken into lines. The only place where text is laid out: what was measured is what is drawn.
 ///
 /// Lines break between words, anywhere between Chinese characters as Unicode's rules allow (UAX #14), and inside of a word that is
-/// wider than the line. A text without a size (0 or less, not a number) has no lines.
-/// Threads: a layout is used by one thread at a time; different layouts are independent.
+/// wider than the line. Font sizes are in points = device independent pixels, fractions allowed. A text without a size (next to
+/// nothing, not a number) has no lines. Threads: a layout is used by one thread at a time; different layouts are independent.
 class KLQtTextLayout {
  public:
   enum class Lines {
@@ -48,8 +45,10 @@ class KLQtTextLayout {
  private:
   void breakLines(double width, double lineSpacing);
 
+  /// In units of `unit_`, in which the font's size is a whole number.
   QTextLayout layout_;
-  QSizeF size_;
+  double unit_ = 1;  ///< in points
+  QSizeF size_{0, 0};
 };
 
 }  // namespace kaleo

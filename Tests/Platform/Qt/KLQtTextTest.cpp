@@ -1,0 +1,207 @@
+#include <cmath>
+#include <string>
+#include <thread>
+
+#include "QtStage.h"
+
+namespace kaleo {
+namespace {
+
+using Kind = KLView::Kind;
+
+const std::string kLatin = "Your first order ships free, and this code takes 10 % off everything in it: gypsy quilts, jugs.";
+const std::string kChinese = "订单已收到，我们这就为您打包。即日起至月底，器物与绿植七折起，下一单随心搭配，全场包邮。";
+const std::string kMixed = "春日特惠 50% off：Åse's “jumpy” cups，全场包邮";
+
+KLAttributedText textOf(const std::string& text, double fontSize) { return {text, fontSize, std::nullopt, 1, fontSize / 5}; }
+
+class KLQtTextTest : public QtStage {
+ protected:
+  KLSize measure(const KLAttributedText& text, double width) { return platform.presentation.textMeasurer->measure(text, width); }
+  KLSize measure(const std::string& text, double fontSize, double width) { return measure(textOf(text, fontSize), width); }
+
+  static bool isInk(const QImage& image, int x, int y) { return image.pixelColor(x, y).lightness() < 200; }
+  static QRect inkOf(const QImage& image) {
+    QRect ink;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) {
+        if (isInk(image, x, y)) ink |= QRect(x, y, 1, 1);
+      }
+    }
+    return ink;
+  }
+  static qint64 inkAmount(const QImage& image) {
+    qint64 amount = 0;
+    for (int y = 0; y < image.height(); ++y) {
+      for (int x = 0; x < image.width(); ++x) amount += 255 - image.pixelColor(x, y).lightness();
+    }
+    return amount;
+  }
+  QImage pictureOf(KLView& view) {
+    const QImage seen = picture();
+    view.removeFromSuperview();
+    return seen;
+  }
+};
+
+TEST_F(KLQtTextTest, DrawsEveryLineInsideOfWhatItMeasured) {
+  showAll();
+  for (const std::string& text : {kLatin, kChinese, kMixed}) {
+    for (const double fontSize : {11.0, 13.5, 16.0, 24.0}) {
+      for (const double width : {90.0, 173.0, 260.5, 380.0}) {
+        const KLSize size = measure(text, fontSize, width);
+        if (size.height > 280) continue;
+        SCOPED_TRACE(text + " size " + std::to_string(fontSize) + " width " + std::to_string(width));
+        const double top = 10;
+        KLView& label = add(Kind::Label, {10, top, width, std::ceil(size.height) + 4});
+        label.text = textOf(text, fontSize);
+        const QImage tight = pictureOf(label);
+        KLView& roomy = add(Kind::TextView, {10, top, width, 290});
+        roomy.text = textOf(text, fontSize);
+        const QImage loose = pictureOf(roomy);
+        const double scale = tight.devicePixelRatio();
+        const QRect ink = inkOf(tight);
+        ASSERT_FALSE(ink.isEmpty());
+        EXPECT_GE(ink.top() + 1, int(top * scale));
+        EXPECT_LE(ink.bottom(), std::ceil((top + size.height + 4) * scale));
+        EXPECT_LE(ink.right(), std::ceil((10 + size.width) * scale) + 1);
+        EXPECT_LE(size.width, width + 1.1) << "the kerning after the last letter may hang over";
+        // Nothing is cut: the same ink as with all the room below.
+        EXPECT_NEAR(double(inkAmount(tight)), double(inkAmount(loose)), 0.02 * double(inkAmount(loose)));
+      }
+    }
+  }
+}
+
+TEST_F(KLQtTextTest, BreaksBetweenWordsAndAnywhereInChinese) {
+  const double line = measure("x", 16, 1000).height;
+  const double step = line + 16 / 5.0;
+  const auto lines = [&](const std::string& text, double width) {
+    return int(std::lround((measure(text, 16, width).height - line) / step)) + 1;
+  };
+  EXPECT_EQ(lines("one two", measure("one", 16, 1000).width + 8), 2);
+  EXPECT_EQ(lines("unbreakableword", measure("unbreakableword", 16, 1000).width / 2 + 8), 2);
+  EXPECT_EQ(lines("one\ntwo", 1000), 2);
+  EXPECT_EQ(lines("one\r\ntwo\rthree", 1000), 3);
+  EXPECT_EQ(lines("one\n\ntwo", 1000), 3);
+  const double chinese = measure("春春春春春春春春", 16, 1000).width;
+  EXPECT_EQ(std::lround(measure("春春春春春春春春", 16, chinese / 2 + 2).width), std::lround(chinese / 2));
+}
+
+TEST_F(KLQtTextTest, MeasuresKerningAndLineSpacingAsGiven) {
+  const KLAttributedText plain{"abcde", 20};
+  KLAttributedText kerned = plain;
+  kerned.kerning = 2.5;
+  EXPECT_NEAR(measure(kerned, 1000).width - measure(plain, 1000).width, 5 * 2.5, 0.1);
+  const KLAttributedText lines{"a\nb\nc", 20};
+  KLAttributedText spaced = lines;
+  spaced.lineSpacing = 7;
+  EXPECT_NEAR(measure(spaced, 1000).height - measure(lines, 1000).height, 2 * 7, 0.01);
+}
+
+TEST_F(KLQtTextTest, GrowsInProportionWithTheFontSize) {
+  for (const std::string& text : {kLatin, kChinese}) {
+    const KLSize small = measure({text, 10}, 200), large = measure({text, 30}, 600), odd = measure({text, 12.7}, 254);
+    EXPECT_NEAR(large.width, 3 * small.width, 0.01 * large.width);
+    EXPECT_NEAR(large.height, 3 * small.height, 0.01 * large.height);
+    EXPECT_NEAR(odd.height, 1.27 * small.height, 0.02 * odd.height);
+  }
+  EXPECT_GT(measure({"x", 100}, 1000).height, 90);
+  EXPECT_LT(measure({"x", 100}, 1000).height, 180);
+}
+
+TEST_F(KLQtTextTest, MeasuresAlikeOnEveryThread) {
+  const KLSize here = measure(kMixed, 15, 140);
+  std::vector<std::thread> threads;
+  std::vector<KLSize> there(8);
+  for (KLSize& size : there) {
+    threads.emplace_back([&size, this] {
+      for (int i = 0; i < 20; ++i) size = measure(kMixed, 15, 140);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  for (const KLSize& size : there) EXPECT_EQ(size, here);
+}
+
+TEST_F(KLQtTextTest, TakesAnythingForAText) {
+  EXPECT_EQ(measure("", 16, 100), (KLSize{0, 0}));
+  EXPECT_EQ(measure("text", 0, 100), (KLSize{0, 0}));
+  EXPECT_EQ(measure("text", std::nan(""), 100), (KLSize{0, 0}));
+  EXPECT_GT(measure("\xff\xfe broken \xc3", 16, 100).height, 0);
+  EXPECT_GT(measure("text", 16, std::nan("")).height, 0);
+  EXPECT_TRUE(std::isfinite(measure({"text", 1e300, std::nullopt, 1e300, std::nan("")}, 1e300).height));
+  EXPECT_GT(measure(std::string(5'000'000, 'x'), 16, 10000).height, 0);
+}
+
+TEST_F(KLQtTextTest, CentresALabelVerticallyAndAButtonBothWays) {
+  showAll();
+  KLView& label = add(Kind::Label, {10, 10, 200, 100});
+  label.text = KLAttributedText{"HHHH", 20};
+  QImage seen = pictureOf(label);
+  QRect ink = inkOf(seen);
+  const double scale = seen.devicePixelRatio();
+  EXPECT_LT(ink.left() / scale, 15);
+  EXPECT_NEAR(ink.center().y() / scale, 60, 4);
+
+  KLView& button = add(Kind::Button, {10, 10, 200, 100});
+  button.text = KLAttributedText{"HHHH", 20};
+  ink = inkOf(seen = pictureOf(button));
+  EXPECT_NEAR(ink.center().x() / scale, 110, 1.5);
+  EXPECT_NEAR(ink.center().y() / scale, 60, 4);
+  const int oneLine = ink.height();
+
+  KLView& narrow = add(Kind::Button, {10, 10, 100, 100});
+  narrow.text = KLAttributedText{"HHHH HHHH HHHH HHHH HHHH\nHHHH", 20};
+  ink = inkOf(seen = pictureOf(narrow));
+  EXPECT_GE(ink.left() / scale, 10);
+  EXPECT_LE(ink.right() / scale, 110);
+  EXPECT_LE(ink.height(), oneLine * 1.3);
+}
+
+TEST_F(KLQtTextTest, AlignsAndUnderlines) {
+  showAll();
+  QRect ink[3];
+  for (int alignment = 0; alignment < 3; ++alignment) {
+    KLView& label = add(Kind::Label, {50, 10, 300, 40});
+    label.text = KLAttributedText{"HHHH", 20};
+    label.text->alignment = static_cast<KLTextAlignment>(alignment);
+    ink[alignment] = inkOf(pictureOf(label));
+  }
+  const double scale = host->devicePixelRatioF();
+  EXPECT_NEAR(ink[0].left() / scale, 51, 3);
+  EXPECT_NEAR(ink[1].center().x() / scale, 200, 3);
+  EXPECT_NEAR(ink[2].right() / scale, 349, 3);
+  KLView& link = add(Kind::Button, {50, 10, 300, 40});
+  link.text = KLAttributedText{"HHHH", 20};
+  link.text->underline = true;
+  EXPECT_GT(inkOf(pictureOf(link)).bottom(), ink[1].bottom());
+}
+
+TEST_F(KLQtTextTest, ScrollsATextAndShowsHowFar) {
+  showAll();
+  const auto picked = [this](double offset) {
+    KLView& text = add(Kind::TextView, {10, 50, 200, 100});
+    text.text = KLAttributedText{kLatin + "\n" + kLatin + "\n" + kLatin, 16};
+    text.contentHeight = measure(*text.text, 200).height;
+    text.contentOffsetY = offset;
+    return pictureOf(text);
+  };
+  const QImage top = picked(0), scrolled = picked(30), end = picked(100000);
+  const double scale = top.devicePixelRatio();
+  const auto part = [&](const QImage& image, double y) {  // without the indicator
+    return image.copy(QRectF(10 * scale, y * scale, 190 * scale, 60 * scale).toRect());
+  };
+  EXPECT_EQ(part(top, 85), part(scrolled, 55));
+  for (const QImage& image : {top, scrolled, end}) {
+    EXPECT_GE(inkOf(image).top() / scale, 49.5);
+    EXPECT_LE(inkOf(image).bottom() / scale, 150);
+  }
+  const auto indicator = [&](const QImage& image) {
+    return inkOf(image.copy(int(206 * scale), 0, int(4 * scale), image.height()));
+  };
+  EXPECT_GT(indicator(end).top(), indicator(top).top());
+  EXPECT_LT(indicator(top).height() / scale, 100);
+}
+
+}  // namespace
+}  // namespace kaleo

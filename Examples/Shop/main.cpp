@@ -3,6 +3,7 @@
 #include <QScreen>
 #include <QTimer>
 
+#include "Shop/Palette.h"
 #include "Shop/ShopApplication.h"
 #include "Shop/demo/DemoRun.h"
 
@@ -59,6 +60,7 @@ int main(int argc, char** argv) {
   if (isHeadless(argc, argv)) leaveScreen();
   QApplication application(argc, argv);
   QApplication::setStyle("Fusion");
+  QApplication::setFont(shop::face(13));  // popups are set in it, too
   const Arguments arguments = parse(application);
   shop::ShopApplication shop(arguments.shop);
   if (!arguments.headless) {

@@ -12,7 +12,7 @@ namespace {
 constexpr std::size_t kMostTexts = 32;
 
 /// How much darker a button is while it is held down.
-constexpr double kPressedShade = 0.18;
+constexpr double kPressedShade = 0.12;
 
 // The scroll indicator, in points.
 constexpr double kIndicatorWidth = 3;

@@ -176,8 +176,10 @@ void DemoRun::logOut() {
   expect(stage_.until([&] { return stage_.logHas("Set popup config for trigger"); }, kPatience),
          "the campaigns of the user are gone");
   stage_.takePicture(window(), "10-shop-afterwards");
-  stage_.application().pane().list().scrollToBottom();
-  stage_.takePicture(stage_.application().pane(), "11-behind-the-counter");
+  BackPane& pane = stage_.application().pane();
+  pane.grab();  // lays it out, so that there is an end to scroll to
+  pane.list().scrollToBottom();
+  stage_.takePicture(pane, "11-behind-the-counter");
 }
 
 }  // namespace shop

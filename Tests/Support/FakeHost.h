@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <condition_variable>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -21,6 +23,7 @@ class RecordingLog : public NBLog {
   void log(bool, const std::string& message, int level, const char*, const char*, int, int) override {
     std::lock_guard lock(mutex_);
     lines_.push_back({level, message});
+    changed_.notify_all();
   }
 
   std::vector<Line> lines() const {
@@ -32,6 +35,16 @@ class RecordingLog : public NBLog {
     int found = 0;
     for (const Line& line : lines()) found += line.message == message;
     return found;
+  }
+  /// Waits until `times` lines contain `text`; false after 20 seconds.
+  bool waitFor(const std::string& text, int times = 1) const {
+    std::unique_lock lock(mutex_);
+    std::size_t seen = 0;  // lines looked at
+    int found = 0;
+    return changed_.wait_for(lock, std::chrono::seconds(20), [&] {
+      for (; seen < lines_.size(); ++seen) found += lines_[seen].message.find(text) != std::string::npos;
+      return found >= times;
+    });
   }
   std::vector<std::string> messages(int level) const {
     std::vector<std::string> found;
@@ -47,6 +60,7 @@ class RecordingLog : public NBLog {
 
  private:
   mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
   std::vector<Line> lines_;  ///< guarded by mutex_
 };
 

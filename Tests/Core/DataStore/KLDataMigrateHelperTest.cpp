@@ -76,6 +76,9 @@ TEST_F(KLDataMigrateHelperTest, AFreshInstallationOnlyMapsItsUser) {
   store->saveUserId("u1", "d1");
   migrate(documents);  // once
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1");
+  plainHostStore->removeObjectForKey("kKLDataMigrateKey");
+  migrate(documents);
+  EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1") << "a host that forgets must not cost the user what is stored";
 }
 
 TEST_F(KLDataMigrateHelperTest, OldStateMovesUnderTheDistinctId) {

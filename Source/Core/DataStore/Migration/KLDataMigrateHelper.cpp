@@ -15,8 +15,8 @@ void KLDataMigrateHelper::migrate() const {
   const auto distinctId = around_.bridge.distinctId();
   if (around_.documents.empty() || !distinctId) return;
 
-  // Until the server gives a user id, the distinct id is its own.
-  around_.dataStore.saveUserId(*distinctId, *distinctId);
+  // Until the server gives a user id, the distinct id is its own. A host whose store forgets comes here at each start.
+  if (!around_.dataStore.userIdWithDistinctId(*distinctId)) around_.dataStore.saveUserId(*distinctId, *distinctId);
   const auto config = loadPopupConfig(around_.documents);
   around_.dataStore.savePopupConfig(config, distinctId);
   moveGlobalWindow(kGlobalIntervalWindowKey, *distinctId, KLDatabaseProperName::GlobalInterval);

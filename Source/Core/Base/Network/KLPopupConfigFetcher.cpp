@@ -12,7 +12,13 @@ constexpr const char* kPlatform = "IOS";
 void logResponse(const KLLog& log, const std::optional<KLValue>& response) {
   if (!log.isEnabled()) return;
   log.info("{}", response ? quillon_description(*response) : "(null)");
-  if (!response) log.info("The popup configuration's answer is no JSON; going on with a configuration without plans");
+  if (response && response->isObject()) return;
+  log.info("The popup configuration's answer is no JSON object; going on with a configuration without plans");
+}
+
+void logFailure(const KLLog& log, const std::optional<KLError>& error) {
+  log.error("The popup configuration could not be fetched: {}",
+            error ? error->localizedDescription : "the server answered with a status other than 200");
 }
 
 }  // namespace
@@ -44,8 +50,11 @@ std::shared_ptr<KLHTTPTask> KLPopupConfigFetcher::fetchCampaignsWithSuccess(cons
     config->setUser(user);
     if (success) success(std::move(response), std::move(config));
   };
-  return network_.GET(base->appendingPath(kUserPopupConfigs).absoluteString(), &parameters, std::move(received),
-                      std::move(failure));
+  auto failed = [&log = log_, failure = std::move(failure)](std::optional<KLError> error) {
+    logFailure(log, error);
+    if (failure) failure(std::move(error));
+  };
+  return network_.GET(base->appendingPath(kUserPopupConfigs).absoluteString(), &parameters, std::move(received), std::move(failed));
 }
 
 }  // namespace kaleo

@@ -102,7 +102,7 @@ TEST_F(KLPopupConfigFetcherTest, AnAnswerThatIsNoJSONGivesAConfigurationWithoutP
   EXPECT_EQ(config->originalConfig, "");
   EXPECT_TRUE(config->user.has_value());
   EXPECT_TRUE(
-      host.log->contains("The popup configuration's answer is no JSON; going "
+      host.log->contains("The popup configuration's answer is no JSON object; going "
                          "on with a configuration without plans"));
 }
 
@@ -111,10 +111,12 @@ TEST_F(KLPopupConfigFetcherTest, FailuresReachTheCallerUnchanged) {
   answer("{}", 500);
   EXPECT_EQ(failures, 1);
   EXPECT_FALSE(error.has_value());
+  EXPECT_TRUE(host.log->contains("The popup configuration could not be fetched: the server answered with a status other than 200"));
   fetch();
   const KLError refused{kKLTransportErrorDomain, 7, "refused"};
   session.fail(1, refused);
   EXPECT_EQ(error, refused);
+  EXPECT_TRUE(host.log->contains("The popup configuration could not be fetched: refused"));
   EXPECT_EQ(successes, 0);
 }
 

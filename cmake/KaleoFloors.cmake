@@ -18,6 +18,20 @@ if(KALEO_SANITIZE)
     target_compile_options(kaleo_build_options INTERFACE -Wno-tsan)
   endif()
 endif()
+if(KALEO_BUILD_FUZZERS)
+  # A compiler with libFuzzer guides the fuzz targets by the code they reach; with others a driver of our own runs them.
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_FLAGS -fsanitize=fuzzer)
+  check_cxx_source_compiles([[
+    #include <cstddef>
+    #include <cstdint>
+    extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t*, std::size_t) { return 0; }
+  ]] KALEO_LIBFUZZER)
+  unset(CMAKE_REQUIRED_FLAGS)
+  if(KALEO_LIBFUZZER)
+    target_compile_options(kaleo_build_options INTERFACE -fsanitize=fuzzer-no-link)
+  endif()
+endif()
 
 # kaleo_floor(<name> <folder> [FLOORS <lower floor>...] [LIBRARIES <library>...])
 function(kaleo_floor name folder)

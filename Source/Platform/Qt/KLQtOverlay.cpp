@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <utility>
 
 #include "KLQtInput.h"
 
@@ -150,7 +151,7 @@ void KLQtOverlay::requestFrame() {
 }
 
 void KLQtOverlay::setNeedsDisplay() {
-  picture_ = {};
+  painter_->recycle(std::exchange(picture_, {}));
   update();
 }
 

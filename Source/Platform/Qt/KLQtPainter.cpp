@@ -68,8 +68,7 @@ QPointF textOrigin(const KLView& view, QSizeF textSize) {
 }  // namespace
 
 QImage KLQtPainter::paint(const KLView& root, QSizeF size, double deviceScale, const QColor& accent) {
-  QImage picture((size * deviceScale).toSize().expandedTo({1, 1}), QImage::Format_ARGB32_Premultiplied);
-  picture.fill(Qt::transparent);
+  QImage picture = surfaces_.take((size * deviceScale).toSize().expandedTo({1, 1}));
   scale_ = deviceScale;
   layerOrigin_ = {};
   focusRing_.reset();
@@ -108,8 +107,7 @@ void KLQtPainter::paintLayer(QPainter& painter, const KLView& view) {
   const QRect covered = (toDevice.mapRect(qt::reachOf(view)).adjusted(-1, -1, 1, 1) & area).toAlignedRect();
   if (covered.isEmpty()) return;
 
-  QImage layer(covered.size(), QImage::Format_ARGB32_Premultiplied);
-  layer.fill(Qt::transparent);
+  QImage layer = surfaces_.take(covered.size());
   QPainter inner(&layer);
   inner.setRenderHints(painter.renderHints());
   inner.setTransform(toDevice * QTransform::fromTranslate(-covered.x(), -covered.y()));
@@ -133,6 +131,7 @@ void KLQtPainter::paintLayer(QPainter& painter, const KLView& view) {
   painter.setTransform(QTransform(scale, 0, 0, scale, centre.x() * (1 - scale), centre.y() * (1 - scale)));
   painter.setOpacity(painter.opacity() * std::min(1.0, view.alpha));
   painter.drawImage(covered.topLeft(), layer);
+  surfaces_.giveBack(std::move(layer));
 }
 
 void KLQtPainter::paintContents(QPainter& painter, const KLView& view, double radius) {

@@ -6,6 +6,7 @@
 #include <optional>
 
 #include "KLQtImageCache.h"
+#include "KLQtSurfaces.h"
 #include "KLQtTextLayout.h"
 #include "kaleo/KLView.h"
 
@@ -24,6 +25,8 @@ class KLQtPainter {
   /// The tree of `root`, whose frame starts at the origin, on a transparent picture of `size` points at `deviceScale` pixels a
   /// point. The focused view, if any, gets a ring in `accent` on top of all.
   QImage paint(const KLView& root, QSizeF size, double deviceScale, const QColor& accent);
+  /// Takes back a picture that is no longer shown, to paint the next one on.
+  void recycle(QImage picture) { surfaces_.giveBack(std::move(picture)); }
 
  private:
   struct FocusRing {
@@ -51,6 +54,7 @@ class KLQtPainter {
 
   const KLQtSystemFont font_;
   KLQtImageCache images_;
+  KLQtSurfaces surfaces_;
   std::list<KeptText> texts_;  ///< the one used last comes first
 
   // The picture being painted.

@@ -33,17 +33,20 @@ class KLQtPopupWindow final : public KLPopupWindow {
   std::unique_ptr<QObject> shown_;             ///< what waits in the event loop for this showing goes with it
 };
 
+/// Gives each window a painter of its own, whose kept texts and pictures go with the popup.
 class KLQtPopupWindowFactory final : public KLPopupWindowFactory {
  public:
   KLQtPopupWindowFactory(std::shared_ptr<KLQtWindows> windows, std::shared_ptr<KLScreen> screen, const KLQtSystemFont& font)
-      : windows_(std::move(windows)), screen_(std::move(screen)), painter_(std::make_shared<KLQtPainter>(font)) {}
+      : windows_(std::move(windows)), screen_(std::move(screen)), font_(font) {}
 
-  std::unique_ptr<KLPopupWindow> makeWindow() override { return std::make_unique<KLQtPopupWindow>(windows_, screen_, painter_); }
+  std::unique_ptr<KLPopupWindow> makeWindow() override {
+    return std::make_unique<KLQtPopupWindow>(windows_, screen_, std::make_shared<KLQtPainter>(font_));
+  }
 
  private:
   const std::shared_ptr<KLQtWindows> windows_;
   const std::shared_ptr<KLScreen> screen_;
-  const std::shared_ptr<KLQtPainter> painter_;
+  const KLQtSystemFont font_;
 };
 
 }  // namespace kaleo

@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a build needs and that are missing. Safe to run again: it does nothing when all are there.
 #
-#   scripts/bootstrap.sh [core|qt|test]...     default: core qt test
+#   scripts/bootstrap.sh [core|qt|test|bench]...     default: core qt test
 #
 #   core  the library, its command line tool and their build
 #   qt    the Qt 6 presentation back end and the example application
 #   test  what only the tests need
+#   bench what only the benchmarks need
 set -euo pipefail
 
 core=(g++ cmake ninja-build ccache pkg-config
@@ -15,15 +16,17 @@ core=(g++ cmake ninja-build ccache pkg-config
       libcpp-httplib-dev libcli11-dev)
 qt=(qt6-base-dev libgl-dev fonts-wqy-microhei)
 test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 xvfb xdotool)
+bench=(libbenchmark-dev)
 
 [ $# -gt 0 ] || set -- core qt test
 wanted=()
 for group in "$@"; do
   case "$group" in
-    core) wanted+=("${core[@]}") ;;
-    qt)   wanted+=("${qt[@]}") ;;
-    test) wanted+=("${test[@]}") ;;
-    *) echo "bootstrap: unknown group '$group' (known: core qt test)" >&2; exit 2 ;;
+    core)  wanted+=("${core[@]}") ;;
+    qt)    wanted+=("${qt[@]}") ;;
+    test)  wanted+=("${test[@]}") ;;
+    bench) wanted+=("${bench[@]}") ;;
+    *) echo "bootstrap: unknown group '$group' (known: core qt test bench)" >&2; exit 2 ;;
   esac
 done
 

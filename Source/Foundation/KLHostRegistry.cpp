@@ -1,3 +1,4 @@
+#include <atomic>
 #include <mutex>
 
 #include "kaleo/KLHost.h"
@@ -11,6 +12,7 @@ struct KLHostRegistry::State {
   std::shared_ptr<NBStoreManager> nbStoreManager;
   std::shared_ptr<NBKeyChainItemWrapper> nbKeyChainItemWrapper;
   std::shared_ptr<NBEventTracker> nbEventTracker;
+  std::atomic<bool> hasNBLog{false};  ///< written under the lock, read without it
   bool hasNBSchema = false;
   NBEventTracker::Hook hook;
   std::uint64_t changes = 0;  ///< of tracker and hook
@@ -61,7 +63,11 @@ void KLHostRegistry::registerNimbraSDK(std::shared_ptr<NimbraSDK> object) {
   state_->exchange(state_->nimbraSDK, std::move(object));
 }
 
-void KLHostRegistry::registerNBLog(std::shared_ptr<NBLog> object) { state_->exchange(state_->nbLog, std::move(object)); }
+void KLHostRegistry::registerNBLog(std::shared_ptr<NBLog> object) {
+  std::lock_guard lock(state_->mutex);
+  state_->nbLog.swap(object);  // the old one dies with the parameter, outside the lock
+  state_->hasNBLog.store(state_->nbLog != nullptr, std::memory_order_release);
+}
 
 void KLHostRegistry::registerNBStoreManager(std::shared_ptr<NBStoreManager> object) {
   state_->exchange(state_->nbStoreManager, std::move(object));
@@ -89,6 +95,7 @@ void KLHostRegistry::registerNBSchema(bool present) {
 
 std::shared_ptr<NimbraSDK> KLHostRegistry::nimbraSDK() const { return state_->get(state_->nimbraSDK); }
 std::shared_ptr<NBLog> KLHostRegistry::nbLog() const { return state_->get(state_->nbLog); }
+bool KLHostRegistry::hasNBLog() const noexcept { return state_->hasNBLog.load(std::memory_order_acquire); }
 std::shared_ptr<NBStoreManager> KLHostRegistry::nbStoreManager() const { return state_->get(state_->nbStoreManager); }
 std::shared_ptr<NBKeyChainItemWrapper> KLHostRegistry::nbKeyChainItemWrapper() const {
   return state_->get(state_->nbKeyChainItemWrapper);

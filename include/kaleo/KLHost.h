@@ -107,6 +107,8 @@ class KALEO_API KLHostRegistry {
 
   std::shared_ptr<NimbraSDK> nimbraSDK() const;
   std::shared_ptr<NBLog> nbLog() const;
+  /// Whether there is one: cheap enough to ask before every line.
+  bool hasNBLog() const noexcept;
   std::shared_ptr<NBStoreManager> nbStoreManager() const;
   std::shared_ptr<NBKeyChainItemWrapper> nbKeyChainItemWrapper() const;
   bool hasNBSchema() const;

@@ -19,19 +19,16 @@ std::string_view getEventPropertyNameFromField(std::string_view field) {
   return dot == std::string_view::npos ? field : field.substr(dot + 1);
 }
 
-void KLPlanCondition::compile() { expression_ = KLPropertyExpression(function ? *function : "", params); }
-
-const KLValue* KLPlanCondition::valueInEvent(const KLValue& event) const {
-  const KLValue* properties = event.find("properties");
-  if (!properties || !field) return nullptr;
-  const std::string_view name = property();
+const KLValue* KLEventPropertyNamed(std::string_view name, const KLValue* properties) {
+  if (!properties) return nullptr;
   const KLValue* value = properties->find(name);
   return value || name != kEventDuration ? value : properties->find(kPlainEventDuration);
 }
 
-bool KLPlanCondition::holdsForEvent(const KLValue& event, const KLCalendar& calendar) const {
-  const KLValue* value = valueInEvent(event);
-  return value ? expression_.isMatched(value, calendar) : expression_.function() == KLPropertyOperator::NotSet;
+void KLPlanCondition::compile() { expression_ = KLPropertyExpression(function ? *function : "", params); }
+
+const KLValue* KLPlanCondition::valueInEvent(const KLValue& event) const {
+  return field ? KLEventPropertyNamed(property(), event.find("properties")) : nullptr;
 }
 
 bool KLPlanCondition::matchWithEvent(const KLValue& event, const KLCalendar& calendar) const {

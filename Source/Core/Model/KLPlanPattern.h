@@ -20,6 +20,10 @@ namespace kaleo {
 /// What follows the last "." of a dotted path; the whole text when it has none.
 std::string_view getEventPropertyNameFromField(std::string_view field);
 
+/// The value of that name among an event's `properties`; null when there is none, or no properties. "$event_duration" also goes by
+/// "event_duration".
+const KLValue* KLEventPropertyNamed(std::string_view name, const KLValue* properties);
+
 /// A test of one event property.
 class KLPlanCondition : public KLModel<KLPlanCondition> {
  public:
@@ -29,12 +33,16 @@ class KLPlanCondition : public KLModel<KLPlanCondition> {
 
   /// The name of the property: what follows the last "." of `field`.
   std::string_view property() const { return getEventPropertyNameFromField(field ? std::string_view(*field) : std::string_view()); }
-  /// The event's value for this condition; null when it has none. "$event_duration" also goes by "event_duration".
+  /// The event's value for this condition; null when it has none.
   const KLValue* valueInEvent(const KLValue& event) const;
   /// As a condition of a matcher: without `field`, or without a value, it holds when `function` is "notSet".
-  bool holdsForEvent(const KLValue& event, const KLCalendar& calendar) const;
+  bool holdsForEvent(const KLValue& event, const KLCalendar& calendar) const {
+    return expression_.holdsForProperty(valueInEvent(event), calendar);
+  }
   /// As a condition of a permission filter: the same, but without `field` it never holds.
   bool matchWithEvent(const KLValue& event, const KLCalendar& calendar) const;
+
+  const KLPropertyExpression& expression() const { return expression_; }
 
   static constexpr auto fields() {
     return std::tuple{KLFieldOf(&KLPlanCondition::field, "field", "field"),
@@ -53,6 +61,7 @@ class KLPlanConditionFilter : public KLModel<KLPlanConditionFilter> {
   std::optional<std::string> relation;  ///< "AND" in any case: all must hold; anything else: one is enough
   std::vector<KLPlanCondition> conditions;
 
+  bool needsAll() const { return needsAll_; }
   /// Without conditions every event matches.
   bool matchWithEvent(const KLValue& event, const KLCalendar& calendar) const;
 

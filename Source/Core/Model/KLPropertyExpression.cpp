@@ -34,17 +34,17 @@ struct KLPropertyOperators {
   using Expression = KLPropertyExpression;
   using Test = bool (*)(const Expression&, const KLValue* value, const KLCalendar&);
 
-  static bool hasText(const Expression& e, std::string_view text) { return std::ranges::binary_search(e.texts_, text); }
+  static bool hasText(const Expression& e, std::string_view text) { return std::ranges::binary_search(e.parameters().texts, text); }
 
   static bool hasNumber(const Expression& e, const KLValue& value) {
-    return std::ranges::binary_search(e.scaledSorted_, scaledNumber(value));
+    return std::ranges::binary_search(e.parameters().numbers, scaledNumber(value));
   }
 
   static bool isNumeric(const Expression& e, const KLValue* value) { return value && value->isNumber() && e.comparesNumbers_; }
 
   static bool hasElementOf(const Expression& e, const KLValue& list) {
-    const auto& params = e.params_.asArray();
-    const bool onlyTexts = e.texts_.size() == params.size();
+    const auto& params = e.parameters().params.asArray();
+    const bool onlyTexts = e.parameters().texts.size() == params.size();
     return std::ranges::any_of(list.asArray(), [&](const KLValue& element) {
       if (element.isString()) return hasText(e, element.asString());
       return !onlyTexts && std::ranges::find(params, element) != params.end();
@@ -66,17 +66,17 @@ struct KLPropertyOperators {
   }
 
   static bool less(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return isNumeric(e, value) && e.scaled_.front() > scaledNumber(*value);
+    return isNumeric(e, value) && e.firstNumber_ > scaledNumber(*value);
   }
 
   static bool greater(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return isNumeric(e, value) && scaledNumber(*value) > e.scaled_.front();
+    return isNumeric(e, value) && scaledNumber(*value) > e.firstNumber_;
   }
 
   static bool between(const Expression& e, const KLValue* value, const KLCalendar&) {
     if (!isNumeric(e, value)) return false;
     const double number = scaledNumber(*value);
-    return e.scaled_.front() <= number && number <= e.scaled_.back();
+    return e.firstNumber_ <= number && number <= e.lastNumber_;
   }
 
   static bool isTrue(const Expression&, const KLValue* value, const KLCalendar&) { return quillon_boolValue(value); }
@@ -90,14 +90,14 @@ struct KLPropertyOperators {
     return value && (value->isString() || value->isArray()) && !isEmpty(e, value, calendar);
   }
 
-  static bool searchesText(const Expression& e, const KLValue* value) { return value && value->isString() && e.first(); }
+  static bool searchesText(const Expression& e, const KLValue* value) { return value && value->isString() && e.parameters_; }
 
   static bool contain(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return searchesText(e, value) && value->asString().find(e.firstDescription_) != std::string::npos;
+    return searchesText(e, value) && value->asString().find(e.parameters().firstDescription) != std::string::npos;
   }
 
   static bool notContain(const Expression& e, const KLValue* value, const KLCalendar&) {
-    return searchesText(e, value) && value->asString().find(e.firstDescription_) == std::string::npos;
+    return searchesText(e, value) && value->asString().find(e.parameters().firstDescription) == std::string::npos;
   }
 
   static bool in(const Expression& e, const KLValue* value, const KLCalendar&) {
@@ -109,15 +109,17 @@ struct KLPropertyOperators {
   }
 
   static bool isDateBetween(const Expression& e, double date, const KLCalendar& calendar) {
-    const auto earliest = Expression::dateFromString(e.first(), calendar);
-    const auto latest = Expression::dateFromString(e.last(), calendar);
+    const auto earliest = Expression::dateFromString(e.parameters().first(), calendar);
+    const auto latest = Expression::dateFromString(e.parameters().last(), calendar);
     return earliest && latest && *earliest <= date && date <= *latest;
   }
 
   static bool absoluteBetween(const Expression& e, const KLValue* value, const KLCalendar& calendar) {
-    if (!value || !e.first() || !e.first()->isString() || !e.last()->isString()) return false;
+    const KLValue* const first = e.parameters().first();
+    const KLValue* const last = e.parameters().last();
+    if (!value || !first || !first->isString() || !last->isString()) return false;
     if (value->isDate()) return isDateBetween(e, value->asDate().secondsSince1970, calendar);
-    return value->isString() && e.first()->asString() <= value->asString() && value->asString() <= e.last()->asString();
+    return value->isString() && first->asString() <= value->asString() && value->asString() <= last->asString();
   }
 
   struct Entry {
@@ -163,18 +165,27 @@ KLPropertyOperator KLPropertyOperatorNamed(std::string_view name) {
 }
 
 KLPropertyExpression::KLPropertyExpression(std::string_view function, KLValue params)
-    : function_(KLPropertyOperatorNamed(function)), params_(std::move(params)) {
-  for (const KLValue& param : params_.asArray()) {
-    scaled_.push_back(scaledParameter(param));
-    if (param.isString()) texts_.push_back(param.asString());
+    : function_(KLPropertyOperatorNamed(function)) {
+  if (params.asArray().empty()) return;
+  auto parameters = std::make_shared<Parameters>();
+  for (const KLValue& param : params.asArray()) {
+    parameters->numbers.push_back(scaledParameter(param));
+    if (param.isString()) parameters->texts.push_back(param.asString());
   }
-  if (first()) {
-    firstDescription_ = quillon_description(*first());
-    comparesNumbers_ = first()->isNumber() || first()->isString();
-  }
-  scaledSorted_ = scaled_;
-  std::ranges::sort(scaledSorted_);
-  std::ranges::sort(texts_);
+  const KLValue& first = params.asArray().front();
+  comparesNumbers_ = first.isNumber() || first.isString();
+  firstNumber_ = parameters->numbers.front();
+  lastNumber_ = parameters->numbers.back();
+  parameters->firstDescription = quillon_description(first);
+  std::ranges::sort(parameters->numbers);
+  std::ranges::sort(parameters->texts);
+  parameters->params = std::move(params);
+  parameters_ = std::move(parameters);
+}
+
+const KLPropertyExpression::Parameters& KLPropertyExpression::parameters() const {
+  static const Parameters kNone;
+  return parameters_ ? *parameters_ : kNone;
 }
 
 bool KLPropertyExpression::isMatched(const KLValue* field, const KLCalendar& calendar) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -35,7 +36,8 @@ enum class KLPropertyOperator : std::uint8_t {
 /// The operator of that name, exactly; "absolute_between" and "absoluteBetween" are one.
 KLPropertyOperator KLPropertyOperatorNamed(std::string_view name);
 
-/// An operator with its parameters, compiled once and asked for any number of property values.
+/// An operator with its parameters, compiled once and asked for any number of property values. Small and cheap to copy: what most
+/// operators need lies in it, the rest is shared.
 ///
 /// Numbers are compared to three decimals: times 1000, rounded down. Texts in numeric comparisons count as the number that they
 /// begin with, a text without one as 0.
@@ -49,6 +51,10 @@ class KLPropertyExpression {
   KLPropertyOperator function() const { return function_; }
   /// Whether the operator holds for `field`, null for an absent value. `calendar` gives the zone in which texts name dates.
   bool isMatched(const KLValue* field, const KLCalendar& calendar) const;
+  /// The same as a condition on a property: an absent one satisfies "notSet" alone.
+  bool holdsForProperty(const KLValue* value, const KLCalendar& calendar) const {
+    return value ? isMatched(value, calendar) : function_ == KLPropertyOperator::NotSet;
+  }
 
   /// The instant (seconds since 1970) that `text` names as "yyyy-MM-dd HH:mm", with seconds, or with milliseconds.
   static std::optional<double> dateFromString(const KLValue* text, const KLCalendar& calendar);
@@ -57,16 +63,23 @@ class KLPropertyExpression {
  private:
   friend struct KLPropertyOperators;
 
-  const KLValue* first() const { return params_.asArray().empty() ? nullptr : &params_.asArray().front(); }
-  const KLValue* last() const { return params_.asArray().empty() ? nullptr : &params_.asArray().back(); }
+  struct Parameters {
+    KLValue params;
+    std::vector<std::string_view> texts;  ///< the texts among them, sorted; they lie in `params`
+    std::vector<double> numbers;          ///< all of them as scaled numbers, sorted
+    std::string firstDescription;         ///< the text of the first, whatever its kind
+
+    const KLValue* first() const { return params.asArray().empty() ? nullptr : &params.asArray().front(); }
+    const KLValue* last() const { return params.asArray().empty() ? nullptr : &params.asArray().back(); }
+  };
+
+  const Parameters& parameters() const;
 
   KLPropertyOperator function_ = KLPropertyOperator::Unknown;
-  KLValue params_{KLValue::Array{}};
-  std::vector<std::string_view> texts_;  ///< the texts among the parameters, sorted; they lie in params_
-  std::vector<double> scaled_;           ///< all parameters as scaled numbers, in order
-  std::vector<double> scaledSorted_;
-  std::string firstDescription_;  ///< the text of the first parameter, whatever its kind
   bool comparesNumbers_ = false;  ///< the first parameter is a number or a text
+  double firstNumber_ = 0;        ///< the first parameter as a scaled number, and the last
+  double lastNumber_ = 0;
+  std::shared_ptr<const Parameters> parameters_;  ///< null: there are none
 };
 
 }  // namespace kaleo

@@ -72,16 +72,26 @@ void KLPlanManager::loadPlans() {
 
 // By eventsWithPlans, as the full walk asks it: of plans that share an id the last one decides for all.
 void KLPlanManager::indexPlans() {
-  plansByEvent_.clear();
+  listenersByEvent_.clear();
   for (const auto& plan : sortedPlans_) {
-    for (const std::string& event : *eventsForPlan(plan->planId())) plansByEvent_[event].push_back(plan);
+    for (const std::string& event : *eventsForPlan(plan->planId())) listenersByEvent_[event].plans.push_back(plan);
   }
+  for (auto& [event, listeners] : listenersByEvent_) {
+    KLMatcherTable::Patterns patterns;
+    for (const auto& plan : listeners.plans) patterns.push_back(&plan->planModel().patternPopup);
+    listeners.matchers = KLMatcherTable(event, patterns);
+  }
+}
+
+KLPlanManager::Listeners* KLPlanManager::listenersForEvent(std::string_view eventName) {
+  const auto found = listenersByEvent_.find(eventName);
+  return found == listenersByEvent_.end() ? nullptr : &found->second;
 }
 
 const KLPlanManager::Plans& KLPlanManager::plansForEvent(std::string_view eventName) const {
   static const Plans kNone;
-  const auto found = plansByEvent_.find(eventName);
-  return found == plansByEvent_.end() ? kNone : found->second;
+  const auto found = listenersByEvent_.find(eventName);
+  return found == listenersByEvent_.end() ? kNone : found->second.plans;
 }
 
 std::shared_ptr<KLPopupPlan> KLPlanManager::planWithPlanID(std::string_view planID) const {

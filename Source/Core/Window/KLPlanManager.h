@@ -9,6 +9,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "Core/Model/KLMatcherTable.h"
 #include "Core/Model/KLPopupConfig.h"
 #include "Core/Window/KLPopupPlan.h"
 
@@ -41,7 +42,13 @@ class KLPlanManager {
 
   /// The plans that may run: higher priority first, then higher plan id.
   const Plans& sortedPlans() const { return sortedPlans_; }
-  /// The plans among them that listen to an event of that name, in the same order.
+  /// The plans among them that listen to an event of one name, in the same order, with the table of their matchers.
+  struct Listeners {
+    Plans plans;
+    KLMatcherTable matchers;
+  };
+  /// Null when no plan listens.
+  Listeners* listenersForEvent(std::string_view eventName);
   const Plans& plansForEvent(std::string_view eventName) const;
   /// The first plan whose id is the integer that `planID` begins with; null when there is none.
   std::shared_ptr<KLPopupPlan> planWithPlanID(std::string_view planID) const;
@@ -68,7 +75,7 @@ class KLPlanManager {
   Events neededEvents_;
   std::unordered_set<std::string, KLTextHash, std::equal_to<>> neededEventSet_;
   std::unordered_map<std::string, Events, KLTextHash, std::equal_to<>> eventsWithPlans_;
-  std::unordered_map<std::string, Plans, KLTextHash, std::equal_to<>> plansByEvent_;
+  std::unordered_map<std::string, Listeners, KLTextHash, std::equal_to<>> listenersByEvent_;
 };
 
 }  // namespace kaleo

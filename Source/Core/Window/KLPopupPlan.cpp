@@ -65,6 +65,17 @@ void KLPopupPlan::restoreWindows(const KaleoDataStore::PlanWindows& stored) {
 }
 
 bool KLPopupPlan::patternMatchWithEvent(const KLValue& event) {
+  return matchPattern(event, [&](std::size_t matcher) {
+    return planModel_->patternPopup.matcherList[matcher].isMatchedEvent(event, surroundings_.time.calendar);
+  });
+}
+
+bool KLPopupPlan::patternMatchWithEvent(const KLValue& event, KLMatcherTable& table, std::size_t plan) {
+  return matchPattern(event, [&](std::size_t matcher) { return table.isMatched(plan, matcher, surroundings_.time.calendar); });
+}
+
+template <class IsMatched>
+bool KLPopupPlan::matchPattern(const KLValue& event, IsMatched&& isMatched) {
   const KLLog& log = surroundings_.log;
   const KLEventName name(event);
   log.info("Pattern match check for event: {}", name.text());
@@ -77,18 +88,19 @@ bool KLPopupPlan::patternMatchWithEvent(const KLValue& event) {
     log.info("Event permissions match check for event: {} {}", name.text(), "not satisfy");
     return false;
   }
-  const bool matched = countEventInMatchers(event);
+  const bool matched = countEventInMatchers(event, isMatched);
   log.info("Pattern match check for event: {} {}", name.text(), matched ? "satisfy" : "not satisfy");
   return matched;
 }
 
 // Every matcher counts for itself, so none is skipped. The windows are written once, after all of them.
-bool KLPopupPlan::countEventInMatchers(const KLValue& event) {
+template <class IsMatched>
+bool KLPopupPlan::countEventInMatchers(const KLValue& event, IsMatched&& isMatched) {
   const auto& matchers = planModel_->patternPopup.matcherList;
   bool matched = false;
   bool counted = false;
   for (std::size_t index = 0; index < matchers.size(); ++index) {
-    if (matchers[index].isMatchedEvent(event, surroundings_.time.calendar)) {
+    if (isMatched(index)) {
       matched |= countEvent(matchers[index], index);
       counted = true;
     } else {

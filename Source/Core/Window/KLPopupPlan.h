@@ -10,6 +10,7 @@
 #include "Core/Base/Log/KLLog.h"
 #include "Core/Base/Support/KLDiagnosis.h"
 #include "Core/DataStore/KaleoDataStore.h"
+#include "Core/Model/KLMatcherTable.h"
 #include "Core/Model/KLPlanWindows.h"
 #include "Core/Model/KLPopupPlanModel.h"
 #include "Core/Nimbra/KLStoreManager.h"
@@ -61,6 +62,8 @@ class KLPopupPlan {
 
   /// Counts the event in the windows of all matchers that it matches; true when one of them has counted enough.
   bool patternMatchWithEvent(const KLValue& event);
+  /// The same by a table that has turned to the event and holds this plan's pattern at place `plan`.
+  bool patternMatchWithEvent(const KLValue& event, KLMatcherTable& table, std::size_t plan);
   /// Whether the plan's display times, if it has any, allow a popup now.
   bool isInDisplayCycle();
   /// Whether the host's store has a result that says that the convert window's popup converted; false without such a window.
@@ -91,7 +94,11 @@ class KLPopupPlan {
 
   void logLoad() const;
   void restoreWindows(const KaleoDataStore::PlanWindows& stored);
-  bool countEventInMatchers(const KLValue& event);
+  /// `isMatched`: whether the matcher at that index matches the event.
+  template <class IsMatched>
+  bool matchPattern(const KLValue& event, IsMatched&& isMatched);
+  template <class IsMatched>
+  bool countEventInMatchers(const KLValue& event, IsMatched&& isMatched);
   /// Whether the event counted often enough for `matcher`.
   bool countEvent(const KLPlanPopupMatcher& matcher, std::size_t index);
   void logTriggerWindowSave(const KLPopupTriggerWindow& window, std::size_t index) const;

@@ -44,7 +44,7 @@ class KLLog {
   }
 
   /// Whether a line would reach anyone: for arguments that cost something.
-  bool isEnabled() const { return host_.nbLog() != nullptr; }
+  bool isEnabled() const { return host_.hasNBLog(); }
 
   /// Hands a message to the host's logger as it is.
   void log(bool asynchronous, KLLogLevel level, const char* file, const char* function, int line, int context,

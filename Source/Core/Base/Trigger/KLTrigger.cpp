@@ -1,7 +1,7 @@
 #include "Core/Base/Trigger/KLTrigger.h"
 
 #include "Core/Base/Trigger/KLLastCampaign.h"
-#include "Core/Utils/KLJSONSerialization.h"
+#include "Core/Model/KLEventName.h"
 
 namespace kaleo {
 
@@ -66,52 +66,49 @@ std::shared_ptr<const KLPopupPlanModel> KLTrigger::planWithIdentifier(const std:
 void KLTrigger::triggerEvent(const KLValue& record, double triggerTime) {
   if (stopped_) return;
   triggerTime_ = triggerTime;
-  if (around_.log.isEnabled()) {
-    around_.log.info("Start event triggle for event name: {}", quillon_stringValue(record.find("event")).value_or("(null)"));
-  }
-  if (!shouldHandleEvent(record)) {
+  const KLEventName name(record);
+  around_.log.info("Start event triggle for event name: {}", name.text());
+  if (!name.isPresent() || !planManager_.isNeededEvent(name.text())) {
     around_.log.info("This event does not need to resolve as it is not includes in plans");
     return;
   }
-  handleEvent(record);
+  handleEvent(record, name.text());
 }
 
-bool KLTrigger::shouldHandleEvent(const KLValue& record) const {
-  const KLValue* const event = record.find("event");
-  if (!event) return false;
-  if (event->isString()) return planManager_.isNeededEvent(event->asString());
-  return planManager_.isNeededEvent(*quillon_stringValue(event));
-}
-
-void KLTrigger::handleEvent(const KLValue& record) {
-  const std::string event = *quillon_stringValue(record.find("event"));
+void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {
   triggledPlan_ = nullptr;
   dismissed_->reset();
-  around_.log.info("Start checking all plans process for event {}", event);
-  const double now = around_.time.clock.now();
-  for (const auto& plan : planManager_.plansForEvent(event)) {
-    if (plan->planModel().isExpired(now)) {
-      around_.log.info("Plan with planID: {} is expired", plan->planModel().planID);
-      continue;
-    }
-    if (!satisfiesRules(record, *plan)) continue;
-    if (triggledPlan_) {
-      inhibit(*plan);
-    } else {
-      triggledPlan_ = plan;
-    }
-  }
+  around_.log.info("Start checking all plans process for event {}", name);
+  if (KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name)) checkPlans(record, *listeners);
   if (!triggledPlan_ || stopped_) return;
   around_.log.info("Rule check for single plan: {} completed, satisfy the rules, Will execute popup process",
                    triggledPlan_->planModel().planID);
   showPopupForPlan(*triggledPlan_);
 }
 
-bool KLTrigger::satisfiesRules(const KLValue& record, KLPopupPlan& plan) {
+void KLTrigger::checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners) {
+  const double now = around_.time.clock.now();
+  listeners.matchers.begin(record);
+  for (std::size_t i = 0; i < listeners.plans.size(); ++i) {
+    const auto& plan = listeners.plans[i];
+    if (plan->planModel().isExpired(now)) {
+      around_.log.info("Plan with planID: {} is expired", plan->planModel().planID);
+      continue;
+    }
+    if (!satisfiesRules(record, *plan, listeners.matchers, i)) continue;
+    if (triggledPlan_) {
+      inhibit(*plan);
+    } else {
+      triggledPlan_ = plan;
+    }
+  }
+}
+
+bool KLTrigger::satisfiesRules(const KLValue& record, KLPopupPlan& plan, KLMatcherTable& matchers, std::size_t place) {
   around_.log.info("Start rule check for single plan: {}", plan.planModel().planID);
   return checks_.checkRepeatDisplayForPlan(plan) && checks_.checkConvertWindowForPlan(plan) &&
          checks_.checkGlobalIntervalWindowForPlan(plan) && checks_.checkIntervalWindowForPlan(plan) &&
-         plan.patternMatchWithEvent(record) && checks_.checkGlobalLimitForPlan(plan, *popupConfig_) &&
+         plan.patternMatchWithEvent(record, matchers, place) && checks_.checkGlobalLimitForPlan(plan, *popupConfig_) &&
          checks_.checkReEnterWindowForPlan(plan);
 }
 

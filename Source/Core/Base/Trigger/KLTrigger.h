@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 
 #include "Core/Base/Trigger/KLConvertResults.h"
 #include "Core/Base/Trigger/KLGlobalWindows.h"
@@ -43,10 +44,11 @@ class KLTrigger {
   void stop();
 
  private:
-  bool shouldHandleEvent(const KLValue& record) const;
-  void handleEvent(const KLValue& record);
-  /// All checks of one plan, in their order; answers whether it may fire.
-  bool satisfiesRules(const KLValue& record, KLPopupPlan& plan);
+  void handleEvent(const KLValue& record, std::string_view name);
+  /// Runs the event through its listeners in serving order; the first that may fire becomes triggledPlan_.
+  void checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners);
+  /// All checks of one plan, in their order; answers whether it may fire. `place`: the plan's in `matchers`.
+  bool satisfiesRules(const KLValue& record, KLPopupPlan& plan, KLMatcherTable& matchers, std::size_t place);
   void inhibit(const KLPopupPlan& plan);
   void showPopupForPlan(KLPopupPlan& plan);
   void stampWindows(KLPopupPlan& plan, const std::string& uuid);

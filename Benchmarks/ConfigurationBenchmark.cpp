@@ -1,0 +1,66 @@
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <simdjson.h>
+
+#include <memory>
+#include <string>
+
+#include "Core/Model/KLPopupConfig.h"
+#include "Foundation/KLJSON.h"
+#include "Workload.h"
+
+// A configuration of 1,000 plans, from the bytes of the answer to plans ready to decide.
+
+namespace kaleo::bench {
+namespace {
+
+const std::string& answerText() {
+  static const std::string text = largeAnswer();
+  return text;
+}
+
+std::shared_ptr<KLPopupConfig> parsedConfig(const KLLog& log) {
+  const auto answer = KLJSON::parse(answerText());
+  return KLPopupConfig::fromResponseData(&*answer, log);
+}
+
+std::size_t bytesInUse() {
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
+void parseBySimdjson(benchmark::State& state) {
+  const simdjson::padded_string text(answerText());
+  simdjson::dom::parser parser;
+  for (auto _ : state) {
+    simdjson::dom::element root;
+    if (parser.parse(text).get(root)) return state.SkipWithError("no JSON");
+    benchmark::DoNotOptimize(root);
+  }
+  state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * answerText().size()));
+}
+
+void parseToValue(benchmark::State& state) {
+  for (auto _ : state) benchmark::DoNotOptimize(KLJSON::parse(answerText()));
+}
+
+void parseToPlans(benchmark::State& state) {
+  const KLHostRegistry registry;
+  const KLLog log(registry);
+  const std::size_t before = bytesInUse();
+  auto config = parsedConfig(log);
+  state.counters["held"] = static_cast<double>(bytesInUse() - before);
+  state.counters["bytes"] = static_cast<double>(answerText().size());
+  for (auto _ : state) {
+    config = parsedConfig(log);
+    benchmark::DoNotOptimize(config);
+  }
+}
+
+}  // namespace
+
+BENCHMARK(parseBySimdjson)->Name("configuration/simdjson")->Unit(benchmark::kMicrosecond);
+BENCHMARK(parseToValue)->Name("configuration/value")->Unit(benchmark::kMicrosecond);
+BENCHMARK(parseToPlans)->Name("configuration/plans")->Unit(benchmark::kMicrosecond);
+
+}  // namespace kaleo::bench

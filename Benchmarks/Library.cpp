@@ -1,0 +1,65 @@
+#include "Library.h"
+
+#include <map>
+#include <utility>
+
+#include "Core/Model/KLEventName.h"
+
+namespace kaleo::bench {
+namespace {
+
+constexpr const char* kUser = "server-user";
+
+}  // namespace
+
+Library::Library(const KLValue& answer)
+    : store_({threads_, log_, clock_, random_, bridge_, hostStore_, diagnosis_, directory_ / "Kaleo_Popup.sqlite",
+              directory_ / "key"}) {
+  user_.setUserId(kUser);
+  trigger_ = std::make_unique<KLTrigger>(KLTriggerSurroundings{
+      threads_, threads_.makeSerialQueue("TriggerQueue"), notifications_, bridge_, hostStore_, log_, store_, diagnosis_, time_,
+      user_, random_, network_, [] { return std::string("http://server"); }, [] { return KLShowCampaign(); }});
+  const auto config = KLPopupConfig::fromResponseData(&answer, log_);
+  useUpReEntries(*config);
+  trigger_->setPopupConfig(config);
+  threads_.run();
+}
+
+void Library::useUpReEntries(const KLPopupConfig& config) {
+  for (const auto& plan : config.popupPlanModels) {
+    KLPopupReEnterWindow window;
+    window.timeModel = plan->reEnter.timeModel();
+    window.startWindow(time_);
+    window.count = plan->reEnter.limit;
+    store_.saveWindowData(window.archivedData(), KLDatabaseProperName::ReEnterWindow, kUser, plan->planKey());
+  }
+}
+
+void Library::setObservers(bool recorder, bool logger) {
+  diagnosis_.set(recorder ? std::make_shared<CountingDiagnosis>() : nullptr);
+  registry_.registerNBLog(logger ? std::make_shared<CountingLog>() : nullptr);
+}
+
+Matched Library::match(const KLValue& event) {
+  Matched matched;
+  const KLEventName name(event);
+  KLPlanManager::Listeners* const listeners = trigger_->planManager().listenersForEvent(name.text());
+  if (!listeners) return matched;
+  listeners->matchers.begin(event);
+  for (std::size_t plan = 0; plan < listeners->plans.size(); ++plan) {
+    for (std::size_t matcher = 0; matcher < listeners->matchers.matcherCount(plan); ++matcher) {
+      if (!listeners->matchers.isMatched(plan, matcher, monday_)) continue;
+      if (matched.count++ == 0) matched.first = static_cast<int>(listeners->plans[plan]->planModel().planID);
+    }
+  }
+  return matched;
+}
+
+Library& library(std::size_t plans, bool usesGlobalLimit) {
+  static std::map<std::pair<std::size_t, bool>, std::unique_ptr<Library>> all;
+  auto& place = all[{plans, usesGlobalLimit}];
+  if (!place) place = std::make_unique<Library>(answer(plans, usesGlobalLimit));
+  return *place;
+}
+
+}  // namespace kaleo::bench

@@ -1,0 +1,78 @@
+#include <benchmark/benchmark.h>
+
+#include <vector>
+
+#include "Library.h"
+#include "Workload.h"
+
+// The whole way of an event on the trigger queue, as KLTrigger::triggerEvent goes it.
+
+namespace kaleo::bench {
+namespace {
+
+/// How often the store's queue gets its turn, which is not timed: often enough that little waits there.
+constexpr std::size_t kEventsBetweenWrites = 256;
+
+void triggerEach(benchmark::State& state, Library& library, const std::vector<KLValue>& records) {
+  std::size_t next = 0;
+  for (auto _ : state) {
+    library.trigger(records[next]);
+    if (++next == records.size()) next = 0;
+    if (next % kEventsBetweenWrites != 0) continue;
+    state.PauseTiming();
+    library.writeStore();
+    state.ResumeTiming();
+  }
+  library.writeStore();
+}
+
+void trigger(benchmark::State& state, bool recorder, bool logger, bool usesGlobalLimit) {
+  Library& used = library(static_cast<std::size_t>(state.range(0)), usesGlobalLimit);
+  used.setObservers(recorder, logger);
+  triggerEach(state, used, events());
+  used.setObservers(false, false);
+}
+
+void triggerUnneeded(benchmark::State& state) {
+  static const auto records = eventsNamed("Elsewhere", kEventNames);
+  triggerEach(state, library(static_cast<std::size_t>(state.range(0))), records);
+}
+
+Library& tenListening(std::size_t plans) {
+  static Library few(answerWithTenListening(10));
+  static Library many(answerWithTenListening(10'000));
+  return plans == 10 ? few : many;
+}
+
+const std::vector<KLValue>& listenedEvents() {
+  static const auto records = eventsNamed(eventName(0), 10'000);
+  return records;
+}
+
+void triggerTenListening(benchmark::State& state) {
+  triggerEach(state, tenListening(static_cast<std::size_t>(state.range(0))), listenedEvents());
+}
+
+void matchTenListening(benchmark::State& state) {
+  Library& used = tenListening(static_cast<std::size_t>(state.range(0)));
+  std::size_t next = 0;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(used.match(listenedEvents()[next]));
+    if (++next == listenedEvents().size()) next = 0;
+  }
+}
+
+}  // namespace
+
+#define KALEO_PLANS RangeMultiplier(10)->Range(10, 10'000)
+BENCHMARK_CAPTURE(trigger, alone, false, false, false)->Name("trigger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, recorder, true, false, false)->Name("trigger/recorder")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, logger, false, true, false)->Name("trigger/logger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, both, true, true, false)->Name("trigger/recorder+logger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, limit, false, false, true)->Name("trigger/global_limit")->KALEO_PLANS;
+BENCHMARK(triggerUnneeded)->Name("trigger/unneeded")->KALEO_PLANS;
+BENCHMARK(triggerTenListening)->Name("trigger/ten_listen")->Arg(10)->Arg(10'000);
+BENCHMARK(matchTenListening)->Name("library/match/ten_listen")->Arg(10)->Arg(10'000);
+#undef KALEO_PLANS
+
+}  // namespace kaleo::bench

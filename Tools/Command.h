@@ -13,5 +13,7 @@ struct Command {
 
 /// `kaleo serve DIR`: a popup server over plain files.
 Command serveCommand(CLI::App& kaleo);
+/// `kaleo simulate`: recorded events through the library, in virtual time.
+Command simulateCommand(CLI::App& kaleo);
 
 }  // namespace kaleo::tools

@@ -6,6 +6,7 @@ int main(int argc, char** argv) {
   kaleo.set_version_flag("--version", KALEO_VERSION);
   const kaleo::tools::Command commands[] = {
       kaleo::tools::serveCommand(kaleo),
+      kaleo::tools::simulateCommand(kaleo),
   };
   CLI11_PARSE(kaleo, argc, argv);
   for (const auto& command : commands) {

@@ -45,6 +45,8 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   std::shared_ptr<KLConfigOptions> options() const;
   std::shared_ptr<const KLPopupPlanModel> planWithIdentifier(const std::string& planID) const;
   bool hasCompleteInit() const { return hasCompleteInit_; }
+  /// Null before the start and after the end. Use it on the trigger queue, but for what it allows elsewhere.
+  KLTrigger* trigger() const { return trigger_; }
 
   /// Lets everything go that waits, and stops listening: from here on nothing is triggered, fetched or timed. Any thread but the
   /// trigger queue.

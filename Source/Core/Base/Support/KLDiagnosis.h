@@ -67,7 +67,7 @@ class KLDiagnosisSlot {
   std::atomic<KLDiagnosis*> recorder_{nullptr};
 };
 
-/// Seconds since 1970 as the whole milliseconds that records carry.
-inline std::int64_t KLMilliseconds(double seconds) { return static_cast<std::int64_t>(seconds * 1000); }
+/// Seconds since 1970 as the whole milliseconds that records carry, within what 64 bits hold.
+inline std::int64_t KLMilliseconds(double seconds) { return KLValue(seconds * 1000).asInteger(); }
 
 }  // namespace kaleo

@@ -1,0 +1,45 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Core/Window/KLPlanManager.h"
+#include "simulate/SimulationRecorder.h"
+
+namespace kaleo::tools {
+
+/// What became of an event at a plan that listens to it, in the order of the checks.
+enum class Verdict {
+  Expired,
+  DisplayTime,
+  ConvertWindow,
+  GlobalInterval,
+  PlanInterval,
+  Pattern,
+  GlobalLimit,
+  ReEntry,
+  Inhibited,
+  Shown,
+};
+inline constexpr std::size_t kVerdicts = 10;
+
+struct PlanVerdict {
+  std::string planKey;
+  Verdict verdict;
+};
+
+/// Finds the verdicts on one event: from the records of the checks that write some, and, for those that write none, by asking the
+/// plan beforehand. Asking changes nothing that the event would not change itself.
+class PlanVerdicts {
+ public:
+  /// Before the event, at its time.
+  PlanVerdicts(const KLPlanManager& plans, const std::string& event, double now);
+  /// After it. In serving order.
+  std::vector<PlanVerdict> after(const SimulationRecorder::Records& records) const;
+
+ private:
+  /// Of each plan: what it comes to when no record says more.
+  std::vector<PlanVerdict> unrecorded_;
+};
+
+}  // namespace kaleo::tools

@@ -1,0 +1,55 @@
+#include <signal.h>
+#include <unistd.h>
+
+#include <iostream>
+#include <memory>
+
+#include "Command.h"
+#include "simulate/Simulation.h"
+
+namespace kaleo::tools {
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+/// A signal ends the wait for input and, at the next line, the run, which then tidies up. The second one ends the process.
+void endOnSignals() {
+  struct sigaction action {};
+  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_flags = static_cast<int>(SA_RESETHAND);
+  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+}
+
+int run(const SimulationArguments& arguments) {
+  endOnSignals();
+  std::ios::sync_with_stdio(false);
+  return simulate(arguments, {std::cout, std::cerr, isatty(STDERR_FILENO) != 0, &interrupted});
+}
+
+}  // namespace
+
+Command simulateCommand(CLI::App& kaleo) {
+  auto arguments = std::make_shared<SimulationArguments>();
+  CLI::App* app = kaleo.add_subcommand(
+      "simulate",
+      "Runs recorded events and configurations through the library in virtual time and prints what was decided and why.");
+  app->add_option("--events", arguments->events, "File of JSON lines, in the order in which they happened; - is standard input")
+      ->required();
+  app->add_option("--timezone", arguments->timeZone, "IANA name of the time zone, such as Europe/Paris; default: the machine's");
+  app->add_option("--on-screen", arguments->onScreenSeconds, "Seconds that each popup stays on screen")->capture_default_str();
+  app->add_option(
+         "--store", arguments->store,
+         "File that keeps the state from run to run, unencrypted; what the library keeps in its host's store (the last\n"
+         "popup, conversions, the migration's flag) goes to FILE.host beside it. Both are written when the run has ended.\n"
+         "Default: nothing is kept")
+      ->type_name("FILE");
+  app->add_flag("--summary", arguments->summary, "Prints a table of what became of the events at each plan, instead of the lines");
+  app->footer(R"(Each line is an object with "at" (seconds since 1970) and one of
+  "config": a server's answer           "convert": {"plan_id": N, "convert_time": TEXT}
+  "track": an event record              "user": {"distinct_id": TEXT, "login_id": TEXT, "anonymous_id": TEXT}
+In the properties of an event, {"$date": seconds since 1970} is a date.
+Exit status: 0, 1 when lines were refused (see standard error), 2 when nothing can be simulated.)");
+  return {app, [arguments] { return run(*arguments); }};
+}
+
+}  // namespace kaleo::tools

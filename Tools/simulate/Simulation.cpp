@@ -1,0 +1,148 @@
+#include "simulate/Simulation.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <optional>
+
+#include "Foundation/KLCalendar.h"
+#include "Foundation/KLDescriptor.h"
+#include "Foundation/KLJSON.h"
+#include "simulate/LineReader.h"
+#include "simulate/SimulationProgress.h"
+#include "simulate/SimulationReport.h"
+#include "simulate/SimulationSummary.h"
+#include "simulate/Simulator.h"
+
+namespace kaleo::tools {
+namespace {
+
+constexpr const char* kStandardInput = "-";
+
+/// One run over an open stream.
+class Run {
+ public:
+  Run(const SimulationArguments& arguments, const SimulationOutput& output, const SimulationStore& store, int descriptor)
+      : arguments_(arguments),
+        output_(output),
+        store_(store),
+        reader_(descriptor, KLJSON::kMaxBytes),
+        progress_(output.err, output.isTerminal) {}
+
+  int run() {
+    for (std::string line;;) {
+      switch (reader_.next(line)) {
+        case LineReader::Read::Line:
+          handle(++line_, line);
+          break;
+        case LineReader::Read::TooLong:
+          report(++line_, fmt::format("longer than {} bytes", KLJSON::kMaxBytes));
+          break;
+        case LineReader::Read::End:
+          return finish();
+        case LineReader::Read::Failed:
+          return fail(fmt::format("{} cannot be read: {}", arguments_.events, std::strerror(errno)));
+        case LineReader::Read::Interrupted:
+          break;
+      }
+      if (output_.interrupted && *output_.interrupted) return interrupt();
+      if (!output_.out) return fail("the output cannot be written");
+      progress_.handled(line_);
+    }
+  }
+
+ private:
+  void handle(std::uint64_t number, const std::string& line) {
+    if (line.find_first_not_of(" \t\r") == std::string::npos) return;
+    std::string fault;
+    const auto step = parseSimulationStep(line, fault);
+    if (!step) return report(number, fault);
+    // At the first line, as the library starts at a time of day and there is none before.
+    if (!simulator_) start(step->at);
+    const SimulationResult result = simulator_->handle(*step);
+    if (arguments_.summary) {
+      count(*step, result);
+    } else {
+      output_.out << reportOf(number, *step, result) << '\n';
+    }
+  }
+
+  void start(double now) {
+    simulator_.emplace(store_, Simulator::Options{arguments_.timeZone, arguments_.onScreenSeconds, arguments_.summary}, now);
+    summary_.configured(simulator_->configuration(), {});
+  }
+
+  void count(const SimulationStep& step, const SimulationResult& result) {
+    if (step.operation == SimulationStep::Operation::Config) summary_.configured(simulator_->configuration(), result);
+    if (step.operation == SimulationStep::Operation::Track) summary_.tracked(result);
+  }
+
+  void report(std::uint64_t number, const std::string& fault) {
+    someBad_ = true;
+    progress_.clear();
+    output_.err << "kaleo simulate: line " << number << ": " << fault << '\n';
+  }
+
+  int finish() {
+    progress_.clear();
+    if (arguments_.summary) output_.out << summary_.table();
+    if (!output_.out.flush()) return fail("the output cannot be written");
+    std::string error;
+    if (simulator_ && !simulator_->close()) return fail("the state cannot be written");
+    if (simulator_ && !store_.save(error)) return fail(error);
+    return someBad_ ? kSomeLinesBad : kSimulated;
+  }
+
+  int fail(const std::string& reason) {
+    progress_.clear();
+    output_.err << "kaleo simulate: " << reason << '\n';
+    return kCannotSimulate;
+  }
+
+  int interrupt() {
+    progress_.clear();
+    output_.out.flush();
+    return kSimulationInterrupted;
+  }
+
+  const SimulationArguments& arguments_;
+  const SimulationOutput& output_;
+  const SimulationStore& store_;
+  LineReader reader_;
+  SimulationProgress progress_;
+  SimulationSummary summary_;
+  std::optional<Simulator> simulator_;
+  std::uint64_t line_ = 0;
+  bool someBad_ = false;
+};
+
+int fail(const SimulationOutput& output, const std::string& reason) {
+  output.err << "kaleo simulate: " << reason << '\n';
+  return kCannotSimulate;
+}
+
+}  // namespace
+
+int simulate(const SimulationArguments& arguments, const SimulationOutput& output) {
+  if (!arguments.timeZone.empty() && !KLCalendar::isKnownTimeZone(arguments.timeZone)) {
+    return fail(output, fmt::format("unknown time zone: {}", arguments.timeZone));
+  }
+  if (!std::isfinite(arguments.onScreenSeconds) || arguments.onScreenSeconds < 0) {
+    return fail(output, "the time on screen must be a number of seconds, 0 or more");
+  }
+  const bool isStandardInput = arguments.events == kStandardInput;
+  const KLDescriptor file(isStandardInput ? -1 : ::open(arguments.events.c_str(), O_RDONLY | O_CLOEXEC));
+  if (!isStandardInput && !file) {
+    return fail(output, fmt::format("{} cannot be read: {}", arguments.events, std::strerror(errno)));
+  }
+  std::string error;
+  const auto store = SimulationStore::open(arguments.store, error);
+  if (!store) return fail(output, error);
+  return Run(arguments, output, *store, isStandardInput ? STDIN_FILENO : file.get()).run();
+}
+
+}  // namespace kaleo::tools

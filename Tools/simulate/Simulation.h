@@ -1,0 +1,37 @@
+#pragma once
+
+#include <csignal>
+#include <filesystem>
+#include <ostream>
+#include <string>
+
+namespace kaleo::tools {
+
+/// What `kaleo simulate` is asked for.
+struct SimulationArguments {
+  std::string events;           ///< file of JSON lines; "-": standard input
+  std::string timeZone;         ///< IANA name; empty: the machine's
+  double onScreenSeconds = 0;   ///< how long each popup shows; finite, not negative
+  std::filesystem::path store;  ///< file that keeps the state; empty: nothing is kept
+  bool summary = false;         ///< a table instead of the lines
+};
+
+/// Where it speaks. Lifetime: borrowed.
+struct SimulationOutput {
+  std::ostream& out;
+  std::ostream& err;
+  bool isTerminal = false;  ///< whether `err` is one: a long run then shows its progress there
+  /// Turns true when the run is to end early.
+  const volatile std::sig_atomic_t* interrupted = nullptr;
+};
+
+/// The exit statuses.
+inline constexpr int kSimulated = 0;
+inline constexpr int kSomeLinesBad = 1;
+inline constexpr int kCannotSimulate = 2;
+inline constexpr int kSimulationInterrupted = 130;  ///< as a shell reports the interrupt signal; the store stays as it was
+
+/// Runs a recorded stream through the library in virtual time, prints what was decided, and answers the exit status.
+int simulate(const SimulationArguments& arguments, const SimulationOutput& output);
+
+}  // namespace kaleo::tools

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+#include "kaleo/KLPlatform.h"
+
+namespace kaleo::tools {
+
+/// Where the state of a simulation lies: in a scratch directory, in memory where the system has such a place, as every commit of
+/// the store waits for its disk. With a file, the state is copied from there at first and back by `save`, so that a run that breaks
+/// off leaves the file as it was. Threads: one.
+class SimulationStore {
+ public:
+  /// What follows the file's name in that of the host's key-value store.
+  static constexpr const char* kHostSuffix = ".host";
+
+  /// `file` may be empty (nothing is kept) or not yet there. On failure answers null and `error` says why, for people.
+  static std::unique_ptr<SimulationStore> open(std::filesystem::path file, std::string& error);
+  /// Removes the scratch directory.
+  ~SimulationStore();
+  SimulationStore(const SimulationStore&) = delete;
+  SimulationStore& operator=(const SimulationStore&) = delete;
+
+  KLDirectories directories() const { return {scratch_, scratch_, scratch_, {}}; }
+  /// The host's key-value store, a file of KLUserDefaults.
+  std::filesystem::path hostFile() const;
+  /// Keeps the state in the file, if there is one. Once all that used the state has been closed.
+  bool save(std::string& error) const;
+
+ private:
+  SimulationStore(std::filesystem::path file, std::filesystem::path scratch);
+  std::filesystem::path databaseFile() const;
+  std::filesystem::path keptHostFile() const;
+  bool load(std::string& error) const;
+
+  const std::filesystem::path file_;
+  const std::filesystem::path scratch_;
+};
+
+}  // namespace kaleo::tools

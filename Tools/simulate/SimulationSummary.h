@@ -1,0 +1,42 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "Core/Model/KLPopupConfig.h"
+#include "simulate/PlanVerdicts.h"
+#include "simulate/Simulator.h"
+
+namespace kaleo::tools {
+
+/// Counts what became of the events at each plan, for a table that people read. Threads: one.
+class SimulationSummary {
+ public:
+  /// After a configuration: `configuration` is the one in force, `result` what came of it.
+  void configured(const KLPopupConfig& configuration, const SimulationResult& result);
+  void tracked(const SimulationResult& result);
+
+  /// The table: a row for each plan that any configuration had, those of high priority first. Every event that a plan listened to
+  /// counts in one column from "expired" to "shown", which follow the order of the checks; "matched" is what passed the pattern.
+  std::string table() const;
+
+ private:
+  struct Row {
+    std::string name;
+    std::int64_t priority = 0, id = 0;
+    std::string leftOut;  ///< why the latest configuration's plan did not run; "" when it did
+    std::array<std::uint64_t, kVerdicts> counts{};
+
+    std::uint64_t count(Verdict verdict) const { return counts[static_cast<std::size_t>(verdict)]; }
+    std::uint64_t events() const;
+    std::uint64_t matched() const;
+  };
+
+  std::map<std::string, Row> rows_;  ///< by plan key
+  std::uint64_t events_ = 0, popups_ = 0;
+};
+
+}  // namespace kaleo::tools

@@ -47,8 +47,12 @@ std::shared_ptr<KLPopupConfig> KLPopupConfig::fromResponseData(const KLValue* da
   KLParseContext context{.log = &log};
   auto config = std::make_shared<KLPopupConfig>();
   KLFields::parse(*config, data, context);
-  config->originalConfig = base64EncodedConfig(data);
+  config->answer_ = data ? *data : KLValue();
   return config;
+}
+
+std::optional<std::string> KLPopupConfig::originalConfig() const {
+  return answer_ ? std::optional(base64EncodedConfig(&*answer_)) : std::nullopt;
 }
 
 std::string KLPopupConfig::base64EncodedConfig(const KLValue* data) {
@@ -68,7 +72,7 @@ void KLPopupConfig::setUser(const KaleoUser& newUser) {
 
 std::shared_ptr<KLPopupConfig> KLPopupConfig::copy() const {
   auto copy = std::make_shared<KLPopupConfig>(*this);
-  copy->originalConfig.reset();
+  copy->answer_.reset();
   copy->diagnosticCondition.reset();
   return copy;
 }

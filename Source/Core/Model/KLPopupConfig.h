@@ -42,16 +42,18 @@ class KLPopupConfig {
   KLPlanTimeModel globalIntervalModel;
   std::optional<KaleoUser> user;
   std::optional<std::string> userId;
-  std::optional<std::string> originalConfig;   ///< base64 of the whole answer; not archived
   std::optional<KLValue> diagnosticCondition;  ///< not archived
 
   static std::shared_ptr<KLPopupConfig> fromResponseData(const KLValue* data, const KLLog& log);
+  /// Base64 of the whole answer, made anew at each call, as only a recorder asks for it; nothing for a configuration that did not
+  /// come fresh from the server.
+  std::optional<std::string> originalConfig() const;
   /// Base64, in lines of 64 characters, of the pretty JSON of an object; "" for anything else.
   static std::string base64EncodedConfig(const KLValue* data);
 
   /// Sets the user here and in every plan (the plans are copied, as they may be shared).
   void setUser(const KaleoUser& user);
-  /// A copy: everything but `originalConfig` and `diagnosticCondition`.
+  /// A copy: everything but the original and `diagnosticCondition`.
   std::shared_ptr<KLPopupConfig> copy() const;
   /// A copy of everything without the plans.
   std::shared_ptr<KLPopupConfig> withoutPlans() const;
@@ -65,6 +67,9 @@ class KLPopupConfig {
   static std::shared_ptr<KLPopupConfig> decode(const KLValue& archive);
 
   static constexpr auto fields();
+
+ private:
+  std::optional<KLValue> answer_;  ///< as it came, null for none at all; shares its payload; not archived
 };
 
 constexpr auto KLPopupConfig::fields() {

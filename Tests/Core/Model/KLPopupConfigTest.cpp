@@ -54,12 +54,12 @@ TEST_F(KLPopupConfigTest, ReadsAnythingAsNothing) {
     EXPECT_TRUE(read->popupPlanModels.empty()) << json;
     EXPECT_EQ(read->globalLimitModel, KLPopupGlobalLimitModel{}) << json;
   }
-  EXPECT_EQ(KLPopupConfig::fromResponseData(nullptr, log_)->originalConfig, "");
+  EXPECT_EQ(KLPopupConfig::fromResponseData(nullptr, log_)->originalConfig(), "");
 }
 
 TEST_F(KLPopupConfigTest, KeepsTheWholeAnswerAsBase64Lines) {
   const KLValue value = fromJSON(kAnswer);
-  const std::string text = *config(kAnswer)->originalConfig;
+  const std::string text = *config(kAnswer)->originalConfig();
   const auto bytes = KLBase64Decode(text);
   ASSERT_TRUE(bytes);
   EXPECT_EQ(KLJSON::parse(*bytes), value);
@@ -86,7 +86,7 @@ TEST_F(KLPopupConfigTest, ComesBackFromItsArchiveWithUsersAndWithoutTheAnswer) {
   const auto restored = KLPopupConfig::fromArchivedData(read->archivedData());
   ASSERT_TRUE(restored);
   EXPECT_EQ(restored->encode(), read->encode());
-  EXPECT_FALSE(restored->originalConfig || restored->diagnosticCondition);
+  EXPECT_FALSE(restored->originalConfig() || restored->diagnosticCondition);
   EXPECT_EQ(restored->user, read->user);
   for (const auto& plan : restored->popupPlanModels) EXPECT_EQ(plan->user, read->user);
   const KLValue archive = read->encode();
@@ -102,11 +102,11 @@ TEST_F(KLPopupConfigTest, Copies) {
   const auto read = config(kAnswer);
   const auto copy = read->copy();
   EXPECT_EQ(copy->encode(), read->encode());
-  EXPECT_FALSE(copy->originalConfig || copy->diagnosticCondition);
+  EXPECT_FALSE(copy->originalConfig() || copy->diagnosticCondition);
   const auto bare = read->withoutPlans();
   EXPECT_TRUE(bare->popupPlanModels.empty());
   EXPECT_EQ(bare->userId, read->userId);
-  EXPECT_EQ(bare->originalConfig, read->originalConfig);
+  EXPECT_EQ(bare->originalConfig(), read->originalConfig());
   EXPECT_EQ(read->popupPlanModels.size(), 2u);
 }
 

@@ -41,7 +41,7 @@ void KLConfigurationInstaller::recordFetch(const KLPopupConfig& config, const st
   if (!recorder) return;
   recorder->saveUserId(userId, distinctId);
   recorder->addContent(
-      KLObject{{kQuillonDiagnosticInfoKeyMessage, "fetched campaign config"}, {"config", config.originalConfig.value_or("")}},
+      KLObject{{kQuillonDiagnosticInfoKeyMessage, "fetched campaign config"}, {"config", config.originalConfig().value_or("")}},
       KLDiagnosisState::ConfigFetched, KLDiagnosisType::Config);
   recorder->flushWithCondition(config.diagnosticCondition ? &*config.diagnosticCondition : nullptr);
 }

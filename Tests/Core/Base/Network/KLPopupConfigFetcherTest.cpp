@@ -99,7 +99,7 @@ TEST_F(KLPopupConfigFetcherTest, AnAnswerThatIsNoJSONGivesAConfigurationWithoutP
   EXPECT_FALSE(response.has_value());
   ASSERT_NE(config, nullptr);
   EXPECT_TRUE(config->popupPlanModels.empty());
-  EXPECT_EQ(config->originalConfig, "");
+  EXPECT_EQ(config->originalConfig(), "");
   EXPECT_TRUE(config->user.has_value());
   EXPECT_TRUE(
       host.log->contains("The popup configuration's answer is no JSON object; going "

@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <functional>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Platform/Headless/KLHeadlessWindow.h"
@@ -116,6 +118,15 @@ class Application {
       window->tap({button.x + button.width / 2, button.y + button.height / 2});
     });
   }
+  /// Looks at the popup on screen until `expected` is so; false after 20 seconds.
+  bool sees(const std::function<bool(KLHeadlessWindow&)>& expected) {
+    const auto limit = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    for (bool is = false; std::chrono::steady_clock::now() < limit; std::this_thread::yield()) {
+      withWindow([&](KLHeadlessWindow* window) { is = window && expected(*window); });
+      if (is) return true;
+    }
+    return false;
+  }
   std::size_t windowsOnScreen() {
     std::size_t count = 0;
     platform_.mainQueue->sync([&] { count = windows_->windowsOnScreen(); });
@@ -132,6 +143,8 @@ class Application {
     tapButton();
     return delegates->waitFor("campaignDidEnd " + std::to_string(plan), times) && windowsOnScreen() == 0;
   }
+  /// Sees the `times`-th configuration come into force; events tracked from then on meet it.
+  bool installs(int times) { return log().waitFor("save and compare with local popup config", times); }
   /// Tracks `event` and sees that no plan listens to it. Events before it have been decided by then.
   bool ignores(const std::string& event) {
     const std::string refused = "This event does not need to resolve as it is not includes in plans";

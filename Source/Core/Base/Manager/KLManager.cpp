@@ -157,7 +157,12 @@ void KLManager::applicationDidFinishLaunching() {
 // Calls of the application
 
 void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion) {
-  if (!completion) completion = [](const auto&) {};
+  completion = [given = std::move(completion)](const KLCampaignResponse& response) {
+    try {
+      if (given) given(response);
+    } catch (...) {  // as every fault of the application: its caller may be the application itself
+    }
+  };
   if (!hasCompleteInit_) {
     constexpr const char* message = "You should not invoke this function before SDK init";
     around_.log.error("{}", message);

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string_view>
 
+#include "Foundation/KLJSON.h"
 #include "kaleo/KLValue.h"
 
 namespace kaleo {
@@ -16,7 +17,7 @@ namespace KLKeyedArchive {
 
 inline constexpr int kVersion = 1;
 /// Bounds for what is read: no archive that we write comes near.
-inline constexpr std::size_t kMaxDepth = 256;
+inline constexpr std::size_t kMaxDepth = KLJSON::kMaxDepth + 16;  ///< any JSON, and what a model and the container put around it
 inline constexpr std::size_t kMaxBytes = 64u << 20;
 inline constexpr std::size_t kMaxItems = 4u << 20;
 

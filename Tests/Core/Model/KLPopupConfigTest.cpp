@@ -98,6 +98,15 @@ TEST_F(KLPopupConfigTest, ComesBackFromItsArchiveWithUsersAndWithoutTheAnswer) {
   EXPECT_FALSE(KLPopupConfig::fromArchivedData({0xff, 0x00}));
 }
 
+TEST_F(KLPopupConfigTest, ContentAsDeepAsJSONCanBeComesBackFromItsArchive) {
+  const std::size_t levels = KLJSON::kMaxDepth - 4;  // around it: the content, its plan, the list of plans, the answer
+  const std::string deep = std::string(levels, '[') + std::string(levels, ']');
+  const auto read = config("{'popup_plans': [{'popup_window_content': {'a': " + deep + "}}]}");
+  const auto restored = KLPopupConfig::fromArchivedData(read->archivedData());
+  ASSERT_TRUE(restored);
+  EXPECT_EQ(restored->encode(), read->encode());
+}
+
 TEST_F(KLPopupConfigTest, Copies) {
   const auto read = config(kAnswer);
   const auto copy = read->copy();

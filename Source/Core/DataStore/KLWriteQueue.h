@@ -34,8 +34,8 @@ class KLWriteQueue {
     Refused,  ///< too much waits
   };
 
-  /// Some hundred plans with all their windows, many times over.
-  static constexpr std::size_t kMaxTasks = 4096;
+  /// The four windows of ten thousand plans, which one configuration may reset at once, and room for what else happens.
+  static constexpr std::size_t kMaxTasks = 1u << 16;
   static constexpr std::size_t kMaxBytes = 64u << 20;
 
   /// `bytes`: what the task keeps in memory.

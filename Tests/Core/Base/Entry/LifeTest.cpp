@@ -89,7 +89,8 @@ TEST_F(LifeTest, AnswersForEarlierUsersNeverFire) {
   for (int user = 1; user <= kSwitches; ++user) {
     switchTo(application, user);
     ASSERT_TRUE(server.waitForAsked(user));
-    EXPECT_TRUE(application.ignores("Pay"));
+    const bool mayBeAnswered = user == kSwitches;  // the server lets all answers go at the last question
+    EXPECT_TRUE(mayBeAnswered || application.ignores("Pay"));
   }
   ASSERT_TRUE(application.log().waitFor("Fetch popup config success", kSwitches + 1));
   ASSERT_TRUE(application.installs(2));  // the first user's and the last one's

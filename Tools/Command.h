@@ -11,6 +11,8 @@ struct Command {
   std::function<int()> run;  ///< after parsing; answers the exit code
 };
 
+/// `kaleo inspect FILE`: what a user's database holds.
+Command inspectCommand(CLI::App& kaleo);
 /// `kaleo serve DIR`: a popup server over plain files.
 Command serveCommand(CLI::App& kaleo);
 /// `kaleo simulate`: recorded events through the library, in virtual time.

@@ -155,4 +155,15 @@ bool KLCalendar::parseDate(const std::string& text, const char* pattern, double&
   return true;
 }
 
+std::string KLCalendar::formatDate(double instant, const char* pattern) const {
+  if (!isUsable(instant)) return {};
+  const std::lock_guard lock(state_->mutex);
+  auto* const format = state_->format(pattern);
+  if (!format) return {};
+  icu::UnicodeString unicode;
+  std::string text;
+  format->format(std::floor(instant) * kMillisecondsPerSecond, unicode);
+  return unicode.toUTF8String(text);
+}
+
 }  // namespace kaleo

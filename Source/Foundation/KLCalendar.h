@@ -45,6 +45,8 @@ class KLCalendar {
 
   /// Reads `text` by an ICU pattern (Unicode TS 35) in this calendar's zone, the whole of it. Answers false when it does not fit.
   bool parseDate(const std::string& text, const char* pattern, double& instant) const;
+  /// Writes `instant` by such a pattern; "" for a pattern that ICU does not understand, or an instant that is no date.
+  std::string formatDate(double instant, const char* pattern) const;
 
  private:
   struct State;

@@ -1,43 +1,21 @@
 #include "simulate/SimulationStore.h"
 
 #include <fmt/format.h>
-#include <stdlib.h>
 
-#include <algorithm>
-#include <string_view>
 #include <utility>
 
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Foundation/KLFile.h"
+#include "database/DatabaseCopy.h"
 
 namespace kaleo::tools {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kMemoryDirectory = "/dev/shm";
 constexpr std::size_t kMaxStoreBytes = std::size_t{1} << 30;
-/// What every database begins with (SQLite's file format).
-constexpr std::string_view kDatabaseHeader = "SQLite format 3";
 
 fs::path with(fs::path path, const char* suffix) { return path += suffix; }
-
-fs::path makeDirectoryIn(const fs::path& parent) {
-  std::string pattern = (parent / "kaleo-simulate-XXXXXX").string();
-  return mkdtemp(pattern.data()) ? fs::path(pattern) : fs::path();
-}
-
-fs::path makeScratch() {
-  if (fs::path scratch = makeDirectoryIn(kMemoryDirectory); !scratch.empty()) return scratch;
-  std::error_code ignored;
-  return makeDirectoryIn(fs::temp_directory_path(ignored));
-}
-
-bool isDatabase(const KLBytes& bytes) {
-  return bytes.empty() || (bytes.size() > kDatabaseHeader.size() &&
-                           std::ranges::equal(kDatabaseHeader, std::string_view(reinterpret_cast<const char*>(bytes.data()),
-                                                                                kDatabaseHeader.size())));
-}
 
 bool copyFile(const fs::path& from, const fs::path& to) {
   const auto bytes = KLFile::read(from, kMaxStoreBytes);
@@ -46,25 +24,17 @@ bool copyFile(const fs::path& from, const fs::path& to) {
 
 }  // namespace
 
-SimulationStore::SimulationStore(fs::path file, fs::path scratch) : file_(std::move(file)), scratch_(std::move(scratch)) {}
-
 std::unique_ptr<SimulationStore> SimulationStore::open(fs::path file, std::string& error) {
-  fs::path scratch = makeScratch();
-  if (scratch.empty()) {
+  std::unique_ptr<SimulationStore> store(new SimulationStore(std::move(file)));
+  if (store->scratch_.path().empty()) {
     error = "no temporary directory can be made";
     return nullptr;
   }
-  std::unique_ptr<SimulationStore> store(new SimulationStore(std::move(file), std::move(scratch)));
   return store->load(error) ? std::move(store) : nullptr;
 }
 
-SimulationStore::~SimulationStore() {
-  std::error_code ignored;
-  fs::remove_all(scratch_, ignored);
-}
-
-fs::path SimulationStore::hostFile() const { return scratch_ / "host"; }
-fs::path SimulationStore::databaseFile() const { return scratch_ / KaleoDataStore::kDatabaseFileName; }
+fs::path SimulationStore::hostFile() const { return scratch_.path() / "host"; }
+fs::path SimulationStore::databaseFile() const { return scratch_.path() / KaleoDataStore::kDatabaseFileName; }
 fs::path SimulationStore::keptHostFile() const { return with(file_, kHostSuffix); }
 
 bool SimulationStore::load(std::string& error) const {
@@ -75,7 +45,7 @@ bool SimulationStore::load(std::string& error) const {
   }
   if (KLFile::exists(file_)) {
     const auto bytes = KLFile::read(file_, kMaxStoreBytes);
-    if (!bytes || !isDatabase(*bytes)) {
+    if (!bytes || !(bytes->empty() || isDatabase(*bytes))) {
       error = fmt::format("{} {}", file_.string(), bytes ? "is no store of this library" : "cannot be read");
       return false;
     }

@@ -3,7 +3,9 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 
+#include "files/ScratchDirectory.h"
 #include "kaleo/KLPlatform.h"
 
 namespace kaleo::tools {
@@ -18,25 +20,23 @@ class SimulationStore {
 
   /// `file` may be empty (nothing is kept) or not yet there. On failure answers null and `error` says why, for people.
   static std::unique_ptr<SimulationStore> open(std::filesystem::path file, std::string& error);
-  /// Removes the scratch directory.
-  ~SimulationStore();
   SimulationStore(const SimulationStore&) = delete;
   SimulationStore& operator=(const SimulationStore&) = delete;
 
-  KLDirectories directories() const { return {scratch_, scratch_, scratch_, {}}; }
+  KLDirectories directories() const { return {scratch_.path(), scratch_.path(), scratch_.path(), {}}; }
   /// The host's key-value store, a file of KLUserDefaults.
   std::filesystem::path hostFile() const;
   /// Keeps the state in the file, if there is one. Once all that used the state has been closed.
   bool save(std::string& error) const;
 
  private:
-  SimulationStore(std::filesystem::path file, std::filesystem::path scratch);
+  explicit SimulationStore(std::filesystem::path file) : file_(std::move(file)) {}
   std::filesystem::path databaseFile() const;
   std::filesystem::path keptHostFile() const;
   bool load(std::string& error) const;
 
   const std::filesystem::path file_;
-  const std::filesystem::path scratch_;
+  const ScratchDirectory scratch_;
 };
 
 }  // namespace kaleo::tools

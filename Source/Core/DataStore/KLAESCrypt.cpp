@@ -23,11 +23,22 @@ void KLAESCrypt::setKeyFile(std::filesystem::path path) {
   setupKeyAndIV();
 }
 
-void KLAESCrypt::setupKeyAndIV() {
-  const auto info = KLKeyFile::load(keyFile_);
+bool KLAESCrypt::readKeyFile(const std::filesystem::path& path) {
+  const bool complete = loadKeyAndIV(path);
+  cipher_.reset();
+  if (complete) cipher_.emplace(key_, iv_);
+  return complete;
+}
+
+bool KLAESCrypt::loadKeyAndIV(const std::filesystem::path& path) {
+  const auto info = KLKeyFile::load(path);
   key_ = member(info, "key", kKeyLength);
   iv_ = member(info, "iv", kIVLength);
-  const bool complete = !key_.empty() && !iv_.empty();
+  return !key_.empty() && !iv_.empty();
+}
+
+void KLAESCrypt::setupKeyAndIV() {
+  const bool complete = loadKeyAndIV(keyFile_);
   if (key_.empty()) key_ = KLRandomKeyText(random_, kKeyLength);
   if (iv_.empty()) iv_ = random_.bytes(kIVLength);
   cipher_.emplace(key_, iv_);

@@ -28,6 +28,8 @@ class KLAESCrypt {
   /// Takes key and vector from the file. What is missing or has another length is made anew and the file rewritten: after a loss
   /// of the file earlier values can no longer be read. Touches the disk.
   void setKeyFile(std::filesystem::path path);
+  /// Takes both from the file as it is. False when it lacks one of them: then there is no key.
+  bool readKeyFile(const std::filesystem::path& path);
   const KLBytes& key() const { return key_; }
   const KLBytes& iv() const { return iv_; }
 
@@ -38,6 +40,7 @@ class KLAESCrypt {
 
  private:
   void setupKeyAndIV();
+  bool loadKeyAndIV(const std::filesystem::path& path);
   std::optional<std::string> encrypt(const KLBytes& plain) const;
   std::optional<KLBytes> decrypt(std::string_view base64) const;
 

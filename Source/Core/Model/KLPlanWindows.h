@@ -164,8 +164,11 @@ class KLPopupGlobalIntervalWindow : public KLPlanWindow, public KLArchivable<KLP
   static constexpr const char* kClassName = "KLPopupGlobalIntervalWindow";
 };
 
-/// The record of the global limit; it has nothing of its own.
-class KLPopupGlobalLimit {};
+/// The record of the global limit. It has nothing of its own: its archive is the array of the instants at which popups were shown.
+class KLPopupGlobalLimit {
+ public:
+  static constexpr const char* kClassName = "KLPopupGlobalLimit";
+};
 
 /// What the server says about the conversion of one shown popup.
 class KLPopupConvertResult : public KLArchivable<KLPopupConvertResult> {

@@ -119,6 +119,9 @@ TEST_F(KLAESCryptTest, WhatAKeyFileLacksIsMadeAnewAndKept) {
                         {{}, false, false}};
   for (const Case& test : cases) {
     writeKeyFile(test.info);
+    const KLBytes before = *KLFile::read(file);
+    EXPECT_FALSE(KLAESCrypt(random).readKeyFile(file));  // who only reads gets no key and makes none
+    EXPECT_EQ(KLFile::read(file), before);
     KLAESCrypt crypt(random);
     crypt.setKeyFile(file);
     EXPECT_EQ(crypt.key() == key, test.keepsKey);

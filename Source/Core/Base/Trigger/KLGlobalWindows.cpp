@@ -4,11 +4,6 @@
 #include "Foundation/KLKeyedArchive.h"
 
 namespace kaleo {
-namespace {
-
-constexpr const char* kDisplayTimesArchive = "KLPopupGlobalLimit";
-
-}  // namespace
 
 void KLGlobalWindows::createGlobalIntervalWindow(const KLPopupConfig& config) {
   around_.log.info("Create global interval window");
@@ -41,7 +36,7 @@ void KLGlobalWindows::loadGlobalWindow() {
 KLValue::Array KLGlobalWindows::loadGlobalPopupTimeIntervals() const {
   const auto data = around_.store.globalWindowWithUserId(around_.user.userId(), KLDatabaseProperName::GlobalLimit);
   if (!data) return {};
-  const auto times = KLKeyedArchive::unarchive(*data, kDisplayTimesArchive);
+  const auto times = KLKeyedArchive::unarchive(*data, KLPopupGlobalLimit::kClassName);
   return times ? times->asArray() : KLValue::Array{};
 }
 
@@ -57,8 +52,8 @@ KLValue::Array KLGlobalWindows::popupIntervalsInLimitWindow(const KLPlanWindow& 
 void KLGlobalWindows::saveGlobalPopupData() {
   KLValue::Array times = loadGlobalPopupTimeIntervals();
   times.emplace_back(around_.time.clock.now());
-  around_.store.saveGlobalWindowData(KLKeyedArchive::archive(kDisplayTimesArchive, std::move(times)), around_.user.userId(),
-                                     KLDatabaseProperName::GlobalLimit);
+  around_.store.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, std::move(times)),
+                                     around_.user.userId(), KLDatabaseProperName::GlobalLimit);
 }
 
 }  // namespace kaleo

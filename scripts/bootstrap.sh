@@ -15,7 +15,7 @@ core=(g++ cmake ninja-build ccache pkg-config
       libjpeg62-turbo-dev libspng-dev libgif-dev
       libcpp-httplib-dev libcli11-dev)
 qt=(qt6-base-dev libgl-dev fonts-wqy-microhei)
-test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 xvfb xdotool)
+test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 nghttp2-server xvfb xdotool)
 bench=(libbenchmark-dev)
 
 [ $# -gt 0 ] || set -- core qt test

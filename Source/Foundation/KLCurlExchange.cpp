@@ -37,6 +37,12 @@ CURLcode set(CURL* easy, CURLoption option, Value value) {
 KLCurlExchange::KLCurlExchange(KLHTTPRequest request, KLHTTPSession::Completion completion)
     : request_(std::move(request)), completion_(std::move(completion)) {}
 
+double KLCurlExchange::secondsLeft() const {
+  const bool usable = request_.timeoutSeconds > kMinTimeoutSeconds;  // also false for no number
+  const double timeout = usable ? std::min(request_.timeoutSeconds, kMaxTimeoutSeconds) : kMinTimeoutSeconds;
+  return timeout - std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
+}
+
 CURLcode KLCurlExchange::prepare(const KLHTTPSettings& settings) {
   easy_.reset(curl_easy_init());
   if (!easy_) return CURLE_OUT_OF_MEMORY;
@@ -50,9 +56,7 @@ CURLcode KLCurlExchange::prepare(const KLHTTPSettings& settings) {
 
 void KLCurlExchange::setRules(const KLHTTPSettings& settings) {
   CURL* const easy = easy_.get();
-  const bool usable = request_.timeoutSeconds > kMinTimeoutSeconds;  // also false for no number
-  const double timeout = usable ? std::min(request_.timeoutSeconds, kMaxTimeoutSeconds) : kMinTimeoutSeconds;
-  set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout * 1000));
+  set(easy, CURLOPT_TIMEOUT_MS, static_cast<long>(std::max(secondsLeft(), kMinTimeoutSeconds) * 1000));
   set(easy, CURLOPT_NOSIGNAL, 1L);
   // Without it a name look-up that hangs would hold the session's thread when its exchange times out.
   set(easy, CURLOPT_QUICK_EXIT, 1L);
@@ -64,7 +68,13 @@ void KLCurlExchange::setRules(const KLHTTPSettings& settings) {
   set(easy, CURLOPT_ACCEPT_ENCODING, "");
   set(easy, CURLOPT_SSL_VERIFYPEER, 1L);
   set(easy, CURLOPT_SSL_VERIFYHOST, 2L);
-  if (!settings.caFile.empty()) set(easy, CURLOPT_CAINFO, settings.caFile.c_str());
+  if (!settings.caFile.empty()) {
+    set(easy, CURLOPT_CAINFO, settings.caFile.c_str());
+    set(easy, CURLOPT_PROXY_CAINFO, settings.caFile.c_str());
+    // The system's directory of certificates would be asked beside the file.
+    set(easy, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+    set(easy, CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
+  }
   // Both are set even when they are empty: unset, libcurl asks the environment.
   set(easy, CURLOPT_PROXY, settings.proxy.c_str());
   set(easy, CURLOPT_NOPROXY, "");

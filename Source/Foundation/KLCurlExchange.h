@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -18,6 +19,9 @@ class KLCurlExchange {
   KLCurlExchange(KLHTTPRequest request, KLHTTPSession::Completion completion);
   KLCurlExchange(const KLCurlExchange&) = delete;
   KLCurlExchange& operator=(const KLCurlExchange&) = delete;
+
+  /// What is left of the request's time-out, which began with the exchange.
+  double secondsLeft() const;
 
   /// Makes the easy handle ready to be added to a multi handle. CURLE_OK, or why the request cannot be sent.
   CURLcode prepare(const KLHTTPSettings& settings);
@@ -51,6 +55,7 @@ class KLCurlExchange {
 
   std::atomic<State> state_ = State::Pending;
   KLHTTPRequest request_;
+  const std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
   KLHTTPSession::Completion completion_;
   KLHTTPResponse response_;
   std::size_t maxBodyBytes_ = 0;

@@ -2,6 +2,11 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
+#include <cmath>
+#include <deque>
+#include <iterator>
+#include <limits>
 #include <map>
 #include <mutex>
 #include <thread>
@@ -15,6 +20,8 @@ namespace {
 
 /// Only an upper bound: sockets, libcurl's own timers and `wakeUp` end the waiting.
 constexpr int kPollMilliseconds = 3600 * 1000;
+/// The same where the process had no descriptors left for the wake-up when the session was made.
+constexpr int kPollMillisecondsWithoutWakeUp = 100;
 /// Idle connections that are kept for the next exchange.
 constexpr long kKeptConnections = 16;
 
@@ -37,6 +44,9 @@ class KLCurlHTTPSession::Loop {
  public:
   explicit Loop(KLHTTPSettings settings) : settings_(std::move(settings)), multi_(curl_multi_init()) {
     curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, kKeptConnections);
+    // One exchange at a time on a connection, with HTTP/2 too: libcurl 7.88 (Debian 12) may leave exchanges that share one waiting
+    // for data that it already holds, until they time out.
+    curl_multi_setopt(multi_.get(), CURLMOPT_PIPELINING, static_cast<long>(CURLPIPE_NOTHING));
   }
 
   void start(Exchange exchange) {
@@ -65,17 +75,18 @@ class KLCurlHTTPSession::Loop {
   }
 
   void run() {
+    const int longest = wakeUp() ? kPollMilliseconds : kPollMillisecondsWithoutWakeUp;
     while (takeWishes()) {
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       deliver();
-      curl_multi_poll(multi_.get(), nullptr, 0, kPollMilliseconds, nullptr);
+      curl_multi_poll(multi_.get(), nullptr, 0, std::min(longest, millisecondsToNextStart()), nullptr);
     }
     cancelAll();
   }
 
  private:
-  void wakeUp() { curl_multi_wakeup(multi_.get()); }
+  bool wakeUp() { return curl_multi_wakeup(multi_.get()) == CURLM_OK; }
 
   /// False when the session ends.
   bool takeWishes() {
@@ -88,12 +99,41 @@ class KLCurlHTTPSession::Loop {
       std::swap(sweeping, sweeping_);
     }
     if (sweeping) dropCancelled();
-    for (auto& exchange : arrived) add(std::move(exchange));
+    std::move(arrived.begin(), arrived.end(), std::back_inserter(waiting_));
+    startWaiting();
     return true;
   }
 
+  /// A configuration full of pictures must not use up the host's descriptors. Counted here, as libcurl's own limits on connections
+  /// may leave exchanges waiting when one comes free.
+  bool isFull() const { return active_.size() >= std::max<std::size_t>(settings_.maxExchanges, 1); }
+
+  /// Starts those whose turn it is, and lets go of those that were cancelled or have waited too long.
+  void startWaiting() {
+    std::deque<Exchange> waiting;
+    waiting.swap(waiting_);
+    for (auto& exchange : waiting) {
+      const bool over = exchange->isCancelled() || exchange->secondsLeft() <= 0;
+      if (over) {
+        exchange->finish(CURLE_OPERATION_TIMEDOUT);
+      } else if (!isFull()) {
+        add(std::move(exchange));
+      } else {
+        waiting_.push_back(std::move(exchange));
+      }
+    }
+  }
+
+  /// Until `startWaiting` may have something to do that nothing else wakes the loop for.
+  int millisecondsToNextStart() const {
+    if (!waiting_.empty() && !isFull()) return 0;
+    double seconds = std::numeric_limits<int>::max() / 1000;
+    for (const auto& exchange : waiting_) seconds = std::min(seconds, exchange->secondsLeft());
+    return static_cast<int>(std::ceil(std::max(seconds, 0.0) * 1000));
+  }
+
   void add(Exchange exchange) {
-    CURLcode code = exchange->isCancelled() ? CURLE_ABORTED_BY_CALLBACK : exchange->prepare(settings_);
+    CURLcode code = exchange->prepare(settings_);
     if (code == CURLE_OK && curl_multi_add_handle(multi_.get(), exchange->easy()) != CURLM_OK) code = CURLE_FAILED_INIT;
     if (code != CURLE_OK) return exchange->finish(code);
     active_.emplace(exchange->easy(), std::move(exchange));
@@ -124,12 +164,12 @@ class KLCurlHTTPSession::Loop {
   }
 
   void cancelAll() {
-    std::vector<Exchange> arrived;
     {
       std::lock_guard lock(mutex_);
-      arrived.swap(arrived_);
+      std::move(arrived_.begin(), arrived_.end(), std::back_inserter(waiting_));
+      arrived_.clear();
     }
-    for (const auto& exchange : arrived) {
+    for (const auto& exchange : waiting_) {
       exchange->cancel();
       exchange->finish(CURLE_ABORTED_BY_CALLBACK);
     }
@@ -140,6 +180,7 @@ class KLCurlHTTPSession::Loop {
   const KLHTTPSettings settings_;
   const std::unique_ptr<CURLM, MultiDeleter> multi_;
   Active active_;
+  std::deque<Exchange> waiting_;  ///< in the order of their arrival
 
   std::mutex mutex_;  ///< guards what follows
   std::vector<Exchange> arrived_;

@@ -8,7 +8,8 @@
 namespace kaleo {
 
 /// HTTP over libcurl's multi interface: one event-loop thread named "KLHTTP", connections reused, HTTP/2 where offered,
-/// certificates verified, compressed answers accepted. Nothing is kept on disk and no environment variable is read.
+/// certificates verified, compressed answers accepted. Nothing is kept on disk and no proxy is taken from the
+/// environment.
 class KLCurlHTTPSession final : public KLHTTPSession {
  public:
   explicit KLCurlHTTPSession(KLHTTPSettings settings);

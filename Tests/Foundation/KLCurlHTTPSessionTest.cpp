@@ -2,14 +2,18 @@
 
 #include <curl/curl.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <latch>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 
+#include "Support/Fetch.h"
 #include "Support/LoopbackServer.h"
 
 namespace kaleo {
@@ -28,11 +32,8 @@ std::string gzipped(const std::string& text) {
   return result;
 }
 
-std::string textOf(const KLHTTPResult& result) {
-  return result.response ? std::string(result.response->body.begin(), result.response->body.end()) : "no response";
-}
-
-std::int64_t codeOf(const KLHTTPResult& result) { return result.error ? result.error->code : 0; }
+using testing::codeOf;
+using testing::textOf;
 
 /// Holds back handlers until it is opened.
 class Barrier {
@@ -58,11 +59,7 @@ class KLCurlHTTPSessionTest : public ::testing::Test {
 
   void makeSession(KLHTTPSettings settings) { session = std::make_unique<KLCurlHTTPSession>(std::move(settings)); }
 
-  KLHTTPResult fetch(KLHTTPRequest request) {
-    std::promise<KLHTTPResult> done;
-    session->dataTask(std::move(request), [&](KLHTTPResult result) { done.set_value(std::move(result)); });
-    return done.get_future().get();
-  }
+  KLHTTPResult fetch(KLHTTPRequest request) { return testing::fetch(*session, std::move(request)); }
   KLHTTPResult fetchPath(const std::string& path) { return fetch({.url = server.url(path)}); }
 
   void serveHuge(httplib::Response& response, bool announced) {
@@ -301,6 +298,42 @@ TEST_F(KLCurlHTTPSessionTest, ManyExchangesRunSideBySide) {
   while (slowArrived < kExchanges) std::this_thread::yield();
   barrier.open();
   done.get_future().wait();
+}
+
+TEST_F(KLCurlHTTPSessionTest, ManyExchangesWaitForTheirTurnWithinTheirTimeOut) {
+  constexpr int kExchanges = 30, kAtATime = 4;
+  makeSession({.maxExchanges = kAtATime});
+  std::latch done(kExchanges);
+  std::atomic<int> answered = 0;
+  for (int i = 0; i < kExchanges; ++i) {
+    session->dataTask({.url = server.url("/slow")}, [&](KLHTTPResult result) {
+      answered += textOf(result) == "late";
+      done.count_down();
+    });
+  }
+  bool cancelledAnswered = false;
+  session->dataTask({.url = server.url("/ok")}, [&](KLHTTPResult) { cancelledAnswered = true; })->cancel();
+  EXPECT_EQ(codeOf(fetch({.url = server.url("/ok"), .timeoutSeconds = 0.2})), CURLE_OPERATION_TIMEDOUT);
+  EXPECT_LE(slowArrived, kAtATime);
+  barrier.open();
+  done.wait();
+  EXPECT_EQ(answered, kExchanges);
+  EXPECT_FALSE(cancelledAnswered);
+}
+
+TEST_F(KLCurlHTTPSessionTest, AProcessWithoutDescriptorsAtTheStartIsServedOnceItHasSome) {
+  session.reset();
+  rlimit usual{};
+  ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);
+  const int next = dup(0);  // the lowest that is free
+  close(next);
+  const rlimit none{static_cast<rlim_t>(next), usual.rlim_max};
+  setrlimit(RLIMIT_NOFILE, &none);
+  makeSession({});
+  const auto refused = fetchPath("/ok");
+  setrlimit(RLIMIT_NOFILE, &usual);
+  EXPECT_FALSE(refused.response);
+  EXPECT_EQ(textOf(fetchPath("/ok")), "fine");
 }
 
 TEST_F(KLCurlHTTPSessionTest, ConnectionsAreUsedAgain) {

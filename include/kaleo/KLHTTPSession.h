@@ -20,7 +20,7 @@ struct KLHTTPRequest {
   std::string method = "GET";  ///< upper case
   KLHTTPHeaders headers;
   KLBytes body;                ///< empty: no body
-  double timeoutSeconds = 30;  ///< for the whole exchange
+  double timeoutSeconds = 30;  ///< for the whole exchange, with the time that it waits for its turn
 };
 
 struct KLHTTPResponse {
@@ -53,9 +53,10 @@ class KALEO_API KLHTTPTask {
 
 /// Settings of the library's own HTTP session.
 struct KLHTTPSettings {
-  std::string proxy;                     ///< as in libcurl's CURLOPT_PROXY; empty: the environment decides nothing, no proxy
-  std::string caFile;                    ///< PEM file with trusted certificates; empty: the system's
+  std::string proxy;                     ///< as in libcurl's CURLOPT_PROXY; empty: none, whatever the environment says
+  std::string caFile;                    ///< PEM file of the certificates to trust in place of the system's; empty: the system's
   int maxRedirects = 5;                  ///< only to http and https
+  std::size_t maxExchanges = 64;         ///< at a time, at least 1; what is above waits for its turn, within its own time-out
   std::size_t maxBodyBytes = 32u << 20;  ///< after decompression; a longer body is an error
 };
 

@@ -19,7 +19,7 @@ void forEachAttribute(const void* first, std::size_t length, Visit visit) {
     rtattr attribute;
     std::memcpy(&attribute, at, sizeof attribute);
     if (attribute.rta_len < sizeof attribute || attribute.rta_len > length) return;
-    visit(attribute.rta_type, at + RTA_LENGTH(0), attribute.rta_len - RTA_LENGTH(0));
+    visit(attribute.rta_type & NLA_TYPE_MASK, at + RTA_LENGTH(0), attribute.rta_len - RTA_LENGTH(0));
     const std::size_t step = RTA_ALIGN(attribute.rta_len);
     if (step >= length) return;
     at += step;
@@ -48,6 +48,14 @@ const std::uint8_t* payload(const nlmsghdr& message, T& head, std::size_t& rest)
 std::string textOf(const std::uint8_t* data, std::size_t length) {
   const auto* text = reinterpret_cast<const char*>(data);
   return std::string(text, ::strnlen(text, length));
+}
+
+std::string kindOf(const std::uint8_t* info, std::size_t length) {
+  std::string kind;
+  forEachAttribute(info, length, [&](int type, const std::uint8_t* data, std::size_t size) {
+    if (type == IFLA_INFO_KIND) kind = textOf(data, size);
+  });
+  return kind;
 }
 
 /// IPv6 keeps such routes for every link that is up, whether it leads anywhere or not.
@@ -95,9 +103,12 @@ void KLRouteSnapshot::takeLink(const nlmsghdr& message) {
   const auto* attributes = payload(message, link, rest);
   if (!attributes || (link.ifi_flags & kUp) != kUp || (link.ifi_flags & IFF_LOOPBACK) != 0) return;
   upLinks_.insert(link.ifi_index);
+  std::string name, kind;
   forEachAttribute(attributes, rest, [&](int type, const std::uint8_t* data, std::size_t length) {
-    if (type == IFLA_IFNAME && isWWAN_(textOf(data, length))) wwanLinks_.insert(link.ifi_index);
+    if (type == IFLA_IFNAME) name = textOf(data, length);
+    if (type == IFLA_LINKINFO) kind = kindOf(data, length);
   });
+  if (isWWAN_(name, kind)) wwanLinks_.insert(link.ifi_index);
 }
 
 void KLRouteSnapshot::takeRoute(const nlmsghdr& message) {
@@ -125,8 +136,9 @@ KLReachability KLRouteSnapshot::reachability() const {
   return wwanRouted_ ? KLReachability::Cellular : KLReachability::NotReachable;
 }
 
-bool KLIsWWANLink(const std::string& linkName) {
-  if (linkName.starts_with("wwan") || linkName.starts_with("ppp")) return true;
+bool KLIsWWANLink(const std::string& linkName, const std::string& kind) {
+  if (kind == "wwan" || kind == "rmnet") return true;
+  if (linkName.starts_with("ww") || linkName.starts_with("ppp") || linkName.starts_with("rmnet")) return true;
   std::ifstream uevent("/sys/class/net/" + linkName + "/uevent");
   for (std::string line; std::getline(uevent, line);) {
     if (line == "DEVTYPE=wwan") return true;

@@ -14,8 +14,8 @@ namespace kaleo {
 /// What rtnetlink (RFC 3549; rtnetlink(7)) says of links and routes at one moment, as far as it decides reachability.
 class KLRouteSnapshot {
  public:
-  /// Whether the link of that name is a mobile network's.
-  using IsWWAN = std::function<bool(const std::string& linkName)>;
+  /// Whether the link of that name, and of that kind where the kernel names one (else empty), is a mobile network's.
+  using IsWWAN = std::function<bool(const std::string& linkName, const std::string& kind)>;
   explicit KLRouteSnapshot(IsWWAN isWWAN) : isWWAN_(std::move(isWWAN)) {}
 
   enum class Dump { More, Done, Refused };
@@ -41,7 +41,8 @@ class KLRouteSnapshot {
   bool wwanRouted_ = false;
 };
 
-/// Judges by the kernel's device type and by the names that mobile links bear: "wwan0", "ppp0".
-bool KLIsWWANLink(const std::string& linkName);
+/// Judges by the link's kind ("wwan", "rmnet"), by the kernel's device type, and by the names that mobile links bear: "wwan0",
+/// "ppp0", "rmnet0", and "ww" with a place on the bus (systemd.net-naming-scheme(7)), such as "wwp0s20u4".
+bool KLIsWWANLink(const std::string& linkName, const std::string& kind);
 
 }  // namespace kaleo

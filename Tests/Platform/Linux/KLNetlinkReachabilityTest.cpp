@@ -3,13 +3,16 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <cerrno>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
+#include <cstring>
 #include <future>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace kaleo {
 namespace {
@@ -69,40 +72,72 @@ TEST(KLNetlinkReachability, TheListenerMayStopItAndMayThrow) {
   EXPECT_NO_THROW(source.start([](KLReachability) { throw std::runtime_error("listener"); }));
 }
 
-constexpr const char* kMakeLink = "ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up";
-
-/// Runs `body` on a thread with network links of its own; false where the system does not allow that.
+/// Runs `body` on a thread with a network of its own: the link "kaleo0", up, without an address. Says why it did not.
 template <class Body>
-bool inOwnNetwork(Body body) {
+std::string inOwnNetwork(Body body) {
   return std::async(std::launch::async,
-                    [&] {
-                      if (::unshare(CLONE_NEWNET) != 0 ||
-                          std::system("ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up") != 0)
-                        return false;
+                    [&]() -> std::string {
+                      if (::unshare(CLONE_NEWNET) != 0) {
+                        return std::string("no network namespace of its own: ") + std::strerror(errno) +
+                               " (it takes CAP_SYS_ADMIN)";
+                      }
+                      if (std::system("ip link add kaleo0 type veth peer name peer0 && ip link set peer0 up && "
+                                      "ip link set kaleo0 up") != 0) {
+                        return "links cannot be made here";
+                      }
                       body();
-                      return true;
+                      return "";
                     })
       .get();
 }
 
-TEST(KLNetlinkReachability, ReportsEachChangeOfTheLinks) {
-  const bool ran = inOwnNetwork([] {
+void run(const std::string& command) { EXPECT_EQ(std::system(command.c_str()), 0) << command; }
+
+TEST(KLNetlinkReachability, ReportsEachChangeOfLinksAndRoutes) {
+  const std::string refusal = inOwnNetwork([] {
     KLNetlinkReachability source;
     Reports reports;
     source.start(reports.listener());
-    EXPECT_TRUE(reports.waitFor(KLReachability::NotReachable));
-    EXPECT_EQ(std::system("ip address add 192.0.2.1/24 dev kaleo0 && ip link set kaleo0 up"), 0);
+    EXPECT_TRUE(reports.waitFor(KLReachability::NotReachable)) << "links that are up, but no route";
+    run("ip route add default dev kaleo0");
     EXPECT_TRUE(reports.waitFor(KLReachability::Other));
-    EXPECT_EQ(std::system("ip link set kaleo0 down && ip link set kaleo0 name wwan0 && ip link set wwan0 up"), 0);
-    EXPECT_TRUE(reports.waitFor(KLReachability::Cellular));
-    EXPECT_EQ(std::system("ip link set wwan0 down"), 0);
+    run("ip route del default");
     EXPECT_TRUE(reports.waitFor(KLReachability::NotReachable));
+    run("ip address add 192.0.2.1/24 dev kaleo0");
+    EXPECT_TRUE(reports.waitFor(KLReachability::Other)) << "the route that comes with an address";
+    run("ip link set peer0 down");
+    EXPECT_TRUE(reports.waitFor(KLReachability::NotReachable)) << "no carrier";
+    run("ip link set kaleo0 down && ip link set kaleo0 name wwan0 && ip link set wwan0 up && ip link set peer0 up");
+    EXPECT_TRUE(reports.waitFor(KLReachability::Cellular));
+    run("ip link add kaleo1 type veth peer name peer1 && ip link set peer1 up && ip link set kaleo1 up && "
+        "ip route add 198.51.100.0/24 dev kaleo1");
+    EXPECT_TRUE(reports.waitFor(KLReachability::Other)) << "a wired link beside the mobile one";
+    run("ip link del kaleo1");
+    EXPECT_TRUE(reports.waitFor(KLReachability::Cellular));
     source.stop();
     const int before = reports.count();
-    EXPECT_EQ(std::system("ip link set wwan0 up"), 0);
+    run("ip link set wwan0 down");
     EXPECT_EQ(reports.count(), before);
   });
-  if (!ran) GTEST_SKIP() << "no network namespaces here";
+  if (!refusal.empty()) GTEST_SKIP() << refusal;
+}
+
+TEST(KLNetlinkReachability, ARouteOfIPv6IsEnough) {
+  std::string refusal = inOwnNetwork([&refusal] {
+    if (std::system("ip -6 address add 2001:db8::1/64 dev kaleo0 nodad 2>/dev/null") != 0) {
+      refusal = "no IPv6 here";
+      return;
+    }
+    KLNetlinkReachability source;
+    Reports reports;
+    source.start(reports.listener());
+    EXPECT_TRUE(reports.waitFor(KLReachability::Other));
+    run("ip -6 address flush dev kaleo0 scope global");
+    EXPECT_TRUE(reports.waitFor(KLReachability::NotReachable)) << "link-local routes do not count";
+    run("ip -6 route add default dev kaleo0");
+    EXPECT_TRUE(reports.waitFor(KLReachability::Other));
+  });
+  if (!refusal.empty()) GTEST_SKIP() << refusal;
 }
 
 }  // namespace

@@ -24,9 +24,7 @@ class Messages {
     return finish();
   }
   Messages& attribute(int type, const void* data, std::size_t length) {
-    const rtattr head{static_cast<unsigned short>(RTA_LENGTH(length)), static_cast<unsigned short>(type)};
-    append(&head, sizeof head);
-    append(data, length);
+    appendAttribute(type, data, length);
     return finish();
   }
   Messages& number(int type, int value) { return attribute(type, &value, sizeof value); }
@@ -36,6 +34,12 @@ class Messages {
     head.ifi_index = index;
     head.ifi_flags = flags;
     return begin(RTM_NEWLINK, head).attribute(IFLA_IFNAME, name.c_str(), name.size() + 1);
+  }
+  Messages& linkOfKind(int index, const std::string& name, const std::string& kind) {
+    Messages info;
+    info.appendAttribute(IFLA_INFO_KIND, kind.c_str(), kind.size() + 1);
+    info.appendAttribute(IFLA_INFO_DATA, "data", 4);
+    return link(index, name).attribute(IFLA_LINKINFO | NLA_F_NESTED, info.bytes_.data(), info.bytes_.size());
   }
   Messages& route(int link, unsigned char type = RTN_UNICAST, unsigned char table = RT_TABLE_MAIN) {
     return begin(RTM_NEWROUTE, routeHead(AF_INET, type, table)).number(RTA_OIF, link);
@@ -64,6 +68,11 @@ class Messages {
     head.rtm_table = table;
     return head;
   }
+  void appendAttribute(int type, const void* data, std::size_t length) {
+    const rtattr head{static_cast<unsigned short>(RTA_LENGTH(length)), static_cast<unsigned short>(type)};
+    append(&head, sizeof head);
+    append(data, length);
+  }
   void append(const void* data, std::size_t length) {
     const auto* first = static_cast<const std::uint8_t*>(data);
     bytes_.insert(bytes_.end(), first, first + length);
@@ -80,7 +89,8 @@ class Messages {
 };
 
 KLReachability judge(const Messages& messages) {
-  KLRouteSnapshot snapshot([](const std::string& name) { return name.starts_with("mobile"); });
+  KLRouteSnapshot snapshot(
+      [](const std::string& name, const std::string& kind) { return name.starts_with("mobile") || kind == "mobile"; });
   EXPECT_EQ(snapshot.take(messages.bytes().data(), messages.bytes().size()), KLRouteSnapshot::Dump::More);
   EXPECT_EQ(snapshot.isDecided(), snapshot.reachability() == KLReachability::Other);
   return snapshot.reachability();
@@ -113,6 +123,8 @@ TEST(KLRouteSnapshot, RoutesThatLeadNowhereDoNotCount) {
 
 TEST(KLRouteSnapshot, ItIsCellularWhenOnlyMobileLinksHaveRoutes) {
   EXPECT_EQ(judge(Messages().link(2, "mobile0").route(2)), KLReachability::Cellular);
+  EXPECT_EQ(judge(Messages().linkOfKind(2, "eth0", "mobile").route(2)), KLReachability::Cellular);
+  EXPECT_EQ(judge(Messages().linkOfKind(2, "eth0", "veth").route(2)), KLReachability::Other);
   EXPECT_EQ(judge(Messages().link(2, "mobile0").link(3, "eth0").route(2)), KLReachability::Cellular);
   EXPECT_EQ(judge(Messages().link(2, "mobile0").link(3, "eth0").route(2).route(3)), KLReachability::Other);
 }
@@ -126,7 +138,7 @@ TEST(KLRouteSnapshot, SeesHowADumpEnds) {
 }
 
 TEST(KLRouteSnapshot, BrokenMessagesAreHarmless) {
-  const auto whole = Messages().link(2, "eth0").route6(2, "2001:db8::").multipath({2, 3}).bytes();
+  const auto whole = Messages().linkOfKind(2, "eth0", "veth").route6(2, "2001:db8::").multipath({2, 3}).bytes();
   for (std::size_t length = 0; length < whole.size(); ++length) {
     const std::vector<std::uint8_t> cut(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length));
     KLRouteSnapshot snapshot(KLIsWWANLink);
@@ -142,11 +154,12 @@ TEST(KLRouteSnapshot, BrokenMessagesAreHarmless) {
   }
 }
 
-TEST(KLIsWWANLink, KnowsMobileLinksByTheirNames) {
-  EXPECT_TRUE(KLIsWWANLink("wwan0"));
-  EXPECT_TRUE(KLIsWWANLink("ppp0"));
-  EXPECT_FALSE(KLIsWWANLink("lo"));
-  EXPECT_FALSE(KLIsWWANLink("there-is-none"));
+TEST(KLIsWWANLink, KnowsMobileLinksByNameAndKind) {
+  for (const char* name : {"wwan0", "ppp0", "rmnet_data0", "wwp0s20u4", "wws2"}) EXPECT_TRUE(KLIsWWANLink(name, "")) << name;
+  for (const char* name : {"lo", "eth0", "wlp3s0", "wlan0", "w0", "there-is-none"}) EXPECT_FALSE(KLIsWWANLink(name, "")) << name;
+  EXPECT_TRUE(KLIsWWANLink("modem", "wwan"));
+  EXPECT_TRUE(KLIsWWANLink("modem", "rmnet"));
+  EXPECT_FALSE(KLIsWWANLink("modem", "veth"));
 }
 
 }  // namespace

@@ -1,19 +1,12 @@
 #include "Core/Base/Manager/KLManager.h"
 #include "Core/DataStore/Migration/KLDataMigrateHelper.h"
 #include "Core/Nimbra/KLEventTracker.h"
-#include "Foundation/KLURL.h"
 
 namespace kaleo {
 namespace {
 
 constexpr const char* kKeyFileName = "org.kaleo.KLAES";
 constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
-
-/// Whether the popup server runs on this machine: it can then be reached whatever the network is.
-bool isLoopback(const std::string& apiBaseURL) {
-  const auto url = KLURL::parse(apiBaseURL);
-  return url && (url->host() == "localhost" || url->host() == "[::1]" || url->host().starts_with("127."));
-}
 
 }  // namespace
 
@@ -97,7 +90,7 @@ void KLManager::waitForFirstConfiguration() {
       if (const auto manager = weak.lock()) manager->takeStartResult(std::move(result));
     });
   });
-  reachabilityManager_.startMonitoring(isLoopback(options()->apiBaseURL()));
+  reachabilityManager_.startMonitoring(KLIsLoopbackURL(options()->apiBaseURL()));
   firstAnswer_->wait(kStartTimeout);
   std::vector<FetchResult> results;
   {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <string>
 
 #include "kaleo/KLPlatform.h"
 
@@ -20,6 +21,9 @@ inline constexpr std::uint32_t kIsCellular = 1u << 18;
 
 /// The state that flags mean. A connection that is still to be made counts when it makes itself, without anyone's intervention.
 KLReachability KLReachabilityFromFlags(std::uint32_t flags);
+
+/// Whether the server of that URL runs on this machine, by its name or address: it can be reached whatever the network is.
+bool KLIsLoopbackURL(const std::string& url);
 
 /// Tells one listener of the network's state and of each change.
 ///

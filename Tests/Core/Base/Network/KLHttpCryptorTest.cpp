@@ -67,6 +67,19 @@ TEST_F(KLHttpCryptorTest, RoundTripsDeterministicallyWithoutAVectorInFront) {
   }
 }
 
+// Made with: openssl kdf -keylen 16 -kdfopt digest:SHA1 -kdfopt pass: -kdfopt salt:abcdefghijklmnop -kdfopt iter:100 PBKDF2
+//            printf '%s' TEXT | openssl enc -aes-128-cbc -K KEY -iv 101112131415161718191a1b1c1d1e1f -base64 -A
+TEST_F(KLHttpCryptorTest, AgreesWithTheOpensslCommand) {
+  cryptor.setupKeyAndIV();
+  EXPECT_EQ(KLHexUpper(cryptor.key()), "D0A1DBB341A74B765B1B79B81C15661B");
+  EXPECT_EQ(cryptor.encryptString(R"({"a":1})"), "SJDzIlI0l7H1o7R9DMv/tw==");
+  EXPECT_EQ(cryptor.decryptString("cGtU9q3NiSg6l0xFNLCcJeeW32BoZ03z/cbBmc3TH7cCPya6NSjDwBbmtY+pYQSH"),
+            "a text of more than two blocks of sixteen");
+  const auto envelope = cryptor.envelope(bytes(R"({"a":1})"));
+  EXPECT_EQ(KLJSON::parse(*envelope)->find("payload")->asString(),
+            "6162636465666768696A6B6C6D6E6F70101112131415161718191A1B1C1D1E1FSJDzIlI0l7H1o7R9DMv/tw==");
+}
+
 TEST_F(KLHttpCryptorTest, WhatIsNotItsOwnDecryptsToNothing) {
   cryptor.setupKeyAndIV();
   EXPECT_FALSE(cryptor.decryptString("no base64!").has_value());

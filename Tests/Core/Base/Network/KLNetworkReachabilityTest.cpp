@@ -34,6 +34,17 @@ TEST(KLReachabilityFromFlags, FollowsTheTable) {
   EXPECT_EQ(static_cast<int>(Other), 3);
 }
 
+TEST(KLIsLoopbackURL, KnowsTheNamesAndAddressesOfThisMachine) {
+  for (const char* url : {"http://localhost:8080", "https://LOCALHOST/a", "http://popups.localhost", "http://127.0.0.1:1",
+                          "http://127.9.8.7", "http://[::1]:8080/", "http://[0:0:0:0:0:0:0:1]", "http://[::ffff:127.0.0.1]"}) {
+    EXPECT_TRUE(KLIsLoopbackURL(url)) << url;
+  }
+  for (const char* url : {"", "localhost", "http://127.example.com", "http://localhost.example.com", "http://128.0.0.1",
+                          "http://[::2]", "http://[::ffff:10.0.0.1]", "https://popups.example.com/localhost"}) {
+    EXPECT_FALSE(KLIsLoopbackURL(url)) << url;
+  }
+}
+
 class FakeSource final : public KLReachabilitySource {
  public:
   void start(Changed listener) override {

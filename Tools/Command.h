@@ -13,6 +13,8 @@ struct Command {
 
 /// `kaleo inspect FILE`: what a user's database holds.
 Command inspectCommand(CLI::App& kaleo);
+/// `kaleo preview LAYOUT`: a popup's layout in a window, as a picture, or as frames.
+Command previewCommand(CLI::App& kaleo);
 /// `kaleo serve DIR`: a popup server over plain files.
 Command serveCommand(CLI::App& kaleo);
 /// `kaleo simulate`: recorded events through the library, in virtual time.

@@ -6,6 +6,7 @@ int main(int argc, char** argv) {
   kaleo.set_version_flag("--version", KALEO_VERSION);
   const kaleo::tools::Command commands[] = {
       kaleo::tools::inspectCommand(kaleo),
+      kaleo::tools::previewCommand(kaleo),
       kaleo::tools::serveCommand(kaleo),
       kaleo::tools::simulateCommand(kaleo),
   };

@@ -7,6 +7,8 @@
 namespace kaleo::tools {
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
 
@@ -184,6 +186,7 @@ JSONFault faultAt(std::string_view text, std::size_t position, std::string messa
 }  // namespace
 
 std::optional<JSONFault> findJSONFault(std::string_view text) {
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   Scanner scanner(text);
   if (scanner.document()) return std::nullopt;
   return faultAt(text, scanner.position(), scanner.message());

@@ -14,7 +14,8 @@ struct JSONFault {
   std::string message;     ///< such as "expected ',' or '}'"
 };
 
-/// The first fault in `text`; nothing when there is none. Documents nested deeper than KLJSON::kMaxDepth are at fault, too.
+/// The first fault in `text`; nothing when there is none. A byte order mark before the document is skipped. Documents nested deeper
+/// than KLJSON::kMaxDepth are at fault, too.
 std::optional<JSONFault> findJSONFault(std::string_view text);
 
 }  // namespace kaleo::tools

@@ -23,12 +23,6 @@ std::string escaped(const std::string& text) {
   return quoted.substr(1, quoted.size() - 2);
 }
 
-std::string filledIn(std::string text, const Placeholders& placeholders) {
-  replaceAll(text, "{{base}}", escaped(placeholders.base));
-  replaceAll(text, "{{distinct_id}}", escaped(placeholders.distinctId));
-  return text;
-}
-
 /// Replaces `key` of `object`, at its place.
 KLValue with(const KLValue& object, const char* key, KLValue value) {
   KLObject changed = object.asObject();
@@ -43,6 +37,12 @@ void refuseFaults(const std::string& name, std::string_view text) {
 }
 
 }  // namespace
+
+std::string filledIn(std::string text, const Placeholders& placeholders) {
+  replaceAll(text, "{{base}}", escaped(placeholders.base));
+  replaceAll(text, "{{distinct_id}}", escaped(placeholders.distinctId));
+  return text;
+}
 
 std::string PopupDocuments::require(const std::string& name) const {
   auto text = directory_.read(name);

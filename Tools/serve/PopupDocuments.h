@@ -27,6 +27,9 @@ struct Placeholders {
   std::string distinctId;  ///< as the client gave it
 };
 
+/// `text`, a JSON document, with its placeholders replaced.
+std::string filledIn(std::string text, const Placeholders& placeholders);
+
 /// Makes the server's replies from the files of a directory:
 ///   user_popup_configs.json   a configuration; a plan's "popup_window_content" may hold "layout": "NAME.json" instead of "content"
 ///   layouts/NAME.json         a layout; its text becomes "content"

@@ -2,12 +2,14 @@
 """Draws the pictures of the sample campaigns and the library's icons again.
 
 The pictures are part of the repository; this is needed only to change one. It wants the Debian packages python3-cairo,
-python3-pil and fonts-wqy-microhei.
+python3-pil, fonts-wqy-microhei and fonts-ebgaramond.
 """
 
 import pathlib
 
+import gallery
 import pictograms
+import poster
 import sale
 import welcome
 
@@ -23,5 +25,7 @@ if __name__ == "__main__":
     pictograms.delivery(IMAGES / "delivery.png")
     pictograms.parcel(IMAGES / "parcel.png")
     pictograms.card(IMAGES / "vip-card.jpg")
+    gallery.draw(IMAGES)
+    poster.draw(IMAGES / "candlelight.jpg")
     pictograms.close_icon(BUNDLE / "close.png")
     pictograms.placeholder_icon(BUNDLE / "placeholder.png")

@@ -44,6 +44,18 @@ class KLQtTextTest : public QtStage {
   }
 };
 
+TEST_F(KLQtTextTest, KeepsTheSizesOfTextsThatDifferApart) {
+  KLAttributedText spaced = textOf(kLatin, 16), airy = spaced;
+  spaced.kerning = 3;
+  airy.lineSpacing = 9;
+  const KLSize plain = measure(kLatin, 16, 173);
+  EXPECT_NE(measure(spaced, 173).height, plain.height);
+  EXPECT_NE(measure(airy, 173).height, plain.height);
+  EXPECT_NE(measure(kLatin, 16, 300).height, plain.height);
+  for (int other = 0; other < 1000; ++other) measure(std::to_string(other), 16, 100);
+  EXPECT_EQ(measure(kLatin, 16, 173), plain);
+}
+
 TEST_F(KLQtTextTest, DrawsEveryLineInsideOfWhatItMeasured) {
   showAll();
   for (const std::string& text : {kLatin, kChinese, kMixed}) {

@@ -64,8 +64,9 @@ KLImageDownloader::State::~State() {
 }
 
 void KLImageDownloader::State::download(const std::string& url, Start start, Completion completion) {
-  if (auto image = around.cache.imageFromCacheForKey(url)) return complete(completion, {std::move(image), std::nullopt});
+  // First, so that who comes while a picture that has just been stored is on its way to earlier callers is not told before them.
   if (const auto joined = tasks.find(url); joined != tasks.end()) return joined->second.addResponseHandler(std::move(completion));
+  if (auto image = around.cache.imageFromCacheForKey(url)) return complete(completion, {std::move(image), std::nullopt});
   if (start) around.mainQueue.async(std::move(start));
   begin(url, std::move(completion));
 }

@@ -96,7 +96,7 @@ TEST_F(KLImageDownloaderTest, CallersBetweenAnswerAndCompletionAreServedToo) {
   session_.answer(0, encodedPicture(5));
   downloader_->downloadImageWithURL(kURL, start(), completion("late"));
   threading_.run();
-  EXPECT_THAT(notes_, ::testing::UnorderedElementsAre("start", "first 5", "late 5"));
+  EXPECT_THAT(notes_, ElementsAre("start", "first 5", "late 5")) << "in the order of the calls";
   EXPECT_EQ(session_.size(), 1u);
 }
 

@@ -18,8 +18,8 @@ def night(context):
     context.rectangle(0, 0, WIDTH, HEIGHT)
     fill(context, linear(0, 0, 0, SILL, (0, "#142B33"), (0.55, "#1F4A49"), (1, "#3A6B5C")))
     stars = random.Random(5)
-    for _ in range(70):
-        x, y, size = stars.uniform(0, WIDTH), stars.uniform(0, 520), stars.uniform(0.7, 2.1)
+    for _ in range(60):
+        x, y, size = stars.uniform(0, WIDTH), stars.uniform(0, 290), stars.uniform(0.7, 2.1)
         circle(context, x, y, size)
         fill(context, "#FFF4D8", stars.uniform(0.25, 0.85))
     circle(context, 452, 190, 190)
@@ -88,9 +88,9 @@ def words(context):
     context.set_font_size(92)
     centred("week", 452)
     context.select_font_face("DejaVu Sans", cairo.FONT_SLANT_NORMAL, cairo.FONT_WEIGHT_NORMAL)
-    context.set_source_rgba(*rgba("#F6DFA6"))
-    context.set_font_size(19)
-    centred("TWO FOR ONE, UNTIL SUNDAY", 508, 4)
+    context.set_source_rgba(*rgba("#FFEDC4"))
+    context.set_font_size(21)
+    centred("TWO FOR ONE, UNTIL SUNDAY", 512, 4)
 
 
 def draw(path):

@@ -124,8 +124,7 @@ TEST_F(KLCurlSecurityTest, RequestsGoThroughTheProxyWithItsCredentials) {
 
   const Proxy secure(secureServer(authority.issue(kHere)));
   EXPECT_EQ(textOf(get({.proxy = secure.url(), .caFile = caFile}, "http://popups.invalid/")), "by proxy");
-  EXPECT_EQ(codeOf(get({.proxy = secure.url(), .caFile = otherCAFile}, "http://popups.invalid/")),
-            CURLE_PEER_FAILED_VERIFICATION);
+  EXPECT_EQ(codeOf(get({.proxy = secure.url(), .caFile = otherCAFile}, "http://popups.invalid/")), CURLE_PEER_FAILED_VERIFICATION);
 }
 
 int freePort() {
@@ -151,8 +150,8 @@ class HTTP2Server {
  public:
   HTTP2Server(const std::filesystem::path& root, const std::string& key, const std::string& certificate) : port_(freePort()) {
     const std::string port = std::to_string(port_), directory = "--htdocs=" + root.string();
-    const char* const arguments[] = {"nghttpd", "--address=127.0.0.1", directory.c_str(),   port.c_str(),
-                                     key.c_str(), certificate.c_str(),   nullptr};
+    const char* const arguments[] = {
+        "nghttpd", "--address=127.0.0.1", directory.c_str(), port.c_str(), key.c_str(), certificate.c_str(), nullptr};
     if (posix_spawnp(&process_, "nghttpd", nullptr, nullptr, const_cast<char**>(arguments), environ) != 0) process_ = -1;
   }
   ~HTTP2Server() {

@@ -40,8 +40,8 @@ class CertificateAuthority {
     sign(*identity_.certificate);
   }
 
-  /// `names` as OpenSSL writes alternative names, such as "DNS:localhost,IP:127.0.0.1". The certificate is valid from two days ago until
-  /// `secondsLeft` from now.
+  /// `names` as OpenSSL writes alternative names, such as "DNS:localhost,IP:127.0.0.1". The certificate is valid from two days ago
+  /// until `secondsLeft` from now.
   Identity issue(const std::string& names, long secondsLeft = kYear) const {
     Identity issued = make("Test Server", secondsLeft);
     extend(*issued.certificate, NID_subject_alt_name, names.c_str());
@@ -50,7 +50,9 @@ class CertificateAuthority {
   }
 
   /// The file that a client takes as its authorities.
-  void save(const std::filesystem::path& certificateFile) const { identity_.save(certificateFile, certificateFile.string() + ".key"); }
+  void save(const std::filesystem::path& certificateFile) const {
+    identity_.save(certificateFile, certificateFile.string() + ".key");
+  }
 
  private:
   static constexpr long kYear = 365l * 86400;

@@ -6,10 +6,17 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <future>
 #include <mutex>
+#include <thread>
 
+#include "Core/Base/Network/CountingRandom.h"
+#include "Core/Base/Network/KLNetwork.h"
+#include "Foundation/KLCurlHTTPSession.h"
 #include "Foundation/KLJSON.h"
 #include "Support/TemporaryDirectory.h"
 #include "serve/PopupServer.h"
@@ -17,12 +24,12 @@
 namespace kaleo::tools {
 namespace {
 
-using testing::ContainsRegex;
-using testing::HasSubstr;
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
 namespace fs = std::filesystem;
 
 /// A real server over a directory of its own, with a secret beside the directory.
-class ServeTest : public testing::Test {
+class ServeTest : public ::testing::Test {
  protected:
   ServeTest() {
     fs::create_directories(root() / "layouts");
@@ -198,7 +205,7 @@ TEST_F(ServeTest, NeverLeavesItsDirectory) {
   for (const char* target : targets) {
     const auto reply = get(target);
     EXPECT_TRUE(reply.status == 404 || reply.status == 500 || reply.status == 400) << target << " " << reply.status;
-    EXPECT_THAT(reply.body, testing::Not(HasSubstr("\"secret\""))) << target;
+    EXPECT_THAT(reply.body, ::testing::Not(HasSubstr("\"secret\""))) << target;
   }
   EXPECT_EQ(get("/klo/popup_windows/in").status, 200);  // a link that stays inside
 }
@@ -212,7 +219,7 @@ TEST_F(ServeTest, KeepsReports) {
     std::ifstream file(entry.path());
     kept.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
   }
-  EXPECT_THAT(kept, testing::UnorderedElementsAre(R"([{"state": 1}])", R"([{"state": 2}])"));
+  EXPECT_THAT(kept, ::testing::UnorderedElementsAre(R"([{"state": 1}])", R"([{"state": 2}])"));
 }
 
 TEST_F(ServeTest, KeepsNoReportOutsideItsDirectory) {
@@ -242,6 +249,163 @@ TEST_F(ServeTest, StartsNoSecondServerOnTheSamePort) {
   PopupServer third({.directory = root(), .port = port, .print = {}});
   EXPECT_TRUE(third.start(error)) << error;
   EXPECT_EQ(third.port(), port);
+}
+
+TEST_F(ServeTest, MakesAnswersGoWrongAsTheFileAndTheQuerySay) {
+  write("user_popup_configs.json", R"({"v": 1})");
+  write("images/a.png", std::string(1000, 'p'));
+  write("faults.json", R"({"*": {"status": 418}, "/images/*": {"garbage": true}, "/images/b*": {"cut": 1},
+                           "/klo/user_popup_configs": {"status": 503, "delay": 0.01}})");
+  const auto refused = get("/klo/user_popup_configs");
+  EXPECT_EQ(refused.status, 503);
+  EXPECT_EQ(refused.body, R"({"v":1})");
+  EXPECT_EQ(refused.get_header_value("X-Kaleo-Fault"), "delay 0.01 s, status 503");
+  EXPECT_THAT(line("status 503"), HasSubstr("  503  7 bytes  (delay 0.01 s, status 503)"));
+  EXPECT_EQ(get("/klo/user_popup_configs?fault_status=200").status, 200) << "the query comes first";
+  EXPECT_EQ(get("/klo/popup_displays?popup_display_uuids=A").status, 418);
+  EXPECT_EQ(get("/klo/popup_windows/none").status, 418) << "what is not there goes wrong the same way";
+  const auto garbage = get("/images/a.png");
+  EXPECT_EQ(garbage.status, 200);
+  EXPECT_EQ(garbage.body.size(), 1000u);
+  EXPECT_FALSE(KLJSON::parse(get("/klo/user_popup_configs?fault_garbage").body));
+  EXPECT_EQ(get("/live").status, 200) << "the page itself stays whole";
+
+  httplib::Client client("127.0.0.1", server_->port());
+  std::string received;
+  const auto cut = client.Get("/klo/user_popup_configs?fault_cut=3&fault_status=200", [&](const char* data, std::size_t length) {
+    received.append(data, length);
+    return true;
+  });
+  EXPECT_FALSE(cut);
+  EXPECT_EQ(received, R"({"v)");
+}
+
+TEST_F(ServeTest, SaysWhichFaultItDoesNotUnderstand) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"*": {"dely": 1}})", "faults.json: there is no fault \"dely\""},
+      {R"({"*": {"delay": -1}})", "faults.json: \"delay\" takes seconds from 0 to 3600"},
+      {R"({"*": {"delay": true}})", "faults.json: \"delay\" takes"},
+      {R"({"*": {"status": 100}})", "faults.json: \"status\" takes an HTTP status from 200 to 599"},
+      {R"({"*": {"encrypted": "12"}})", "faults.json: \"encrypted\" takes"},
+      {R"({"*": {"cut": })", "faults.json:1:15: expected a value"},
+  };
+  for (const auto& [file, message] : cases) {
+    write("faults.json", file);
+    const auto reply = get("/klo/popup_displays");
+    EXPECT_EQ(reply.status, 500) << file;
+    EXPECT_THAT(reply.body, HasSubstr(message));
+  }
+  fs::remove(root() / "faults.json");
+  EXPECT_THAT(get("/klo/popup_displays?fault_cut=all").body, HasSubstr("the query: \"cut\" takes a number of bytes"));
+}
+
+TEST_F(ServeTest, ADelayDoesNotHoldUpTheEnd) {
+  write("user_popup_configs.json", "{}");
+  write("faults.json", R"({"/klo/user_popup_configs": {"delay": 3600}})");
+  std::thread waiting([this] { get("/klo/user_popup_configs"); });
+  get("/klo/popup_displays?fault_delay=0.05");
+  server_->stop();
+  waiting.join();
+}
+
+/// The library's own client, with the key material that it would send with an encrypted request.
+TEST_F(ServeTest, EncryptsForTheClientWhoseMaterialItIsGiven) {
+  write("user_popup_configs.json", R"({"user_id": "17"})");
+  const KLHostRegistry nobody;
+  const KLLog log(nobody);
+  kaleo::testing::CountingRandom random, sameRandom;
+  KLHttpCryptor twin(sameRandom);
+  twin.setupKeyAndIV();
+  const KLBytes request = twin.envelope({'{', '}'}).value();
+  const std::string material = KLJSON::parse(request)->find("payload")->asString().substr(0, 64);
+
+  KLCurlHTTPSession session({});
+  KLNetwork network(session, log, random);
+  const auto answered = [&](const std::string& query) {
+    std::promise<std::optional<KLValue>> answer;
+    network.GET(
+        server_->url() + "/klo/user_popup_configs" + query, nullptr,
+        [&](std::optional<KLValue> response) { answer.set_value(std::move(response)); },
+        [&](const auto&) { answer.set_value(KLValue("failure")); });
+    return answer.get_future().get();
+  };
+  EXPECT_EQ(answered("?fault_encrypted=" + material), KLValue(KLObject{{"user_id", "17"}}));
+  EXPECT_EQ(answered("?fault_encrypted"), std::nullopt) << "under a key that it does not have";
+  EXPECT_EQ(answered(""), KLValue(KLObject{{"user_id", "17"}}));
+}
+
+TEST_F(ServeTest, SetsTheConversionOfOnePopup) {
+  write("popup_displays.json", R"({"A": "", "B": "by file"})");
+  httplib::Client client("127.0.0.1", server_->port());
+  const auto convert = [&](const httplib::Params& form, const httplib::Headers& headers = {}) {
+    return client.Post("/live/conversions", headers, form)->status;
+  };
+  EXPECT_EQ(convert({{"uuid", "A"}, {"time", "today"}}), 200);
+  EXPECT_EQ(convert({{"uuid", "B"}, {"time", ""}}), 200);
+  EXPECT_EQ(convert({{"uuid", "C"}}, {{"Origin", server_->url()}}), 200);
+  EXPECT_EQ(convert({{"uuid", "D"}}, {{"Origin", "http://elsewhere.example"}}), 403);
+  EXPECT_EQ(convert({}), 400);
+  const auto records = json("/klo/popup_displays?popup_display_uuids=A,B,C,D").asArray();
+  ASSERT_EQ(records.size(), 3u);
+  EXPECT_EQ(records[0].find("convert_time")->asString(), "today");
+  EXPECT_EQ(records[1].find("convert_time")->asString(), "");
+  EXPECT_THAT(records[2].find("convert_time")->asString(), ContainsRegex("^20[0-9-]+ [0-9:]+$"));
+}
+
+TEST_F(ServeTest, TellsWhatItHasSeenToThePage) {
+  write("user_popup_configs.json", R"({"popup_plans": []})");
+  write("faults.json", "{}");
+  get("/klo/user_popup_configs?distinct_id=alice");
+  line("alice");  // noted a moment after the reply
+  get("/klo/popup_displays?project=default&popup_display_uuids=A,B");
+  line("A,B");
+  get("/klo/popup_displays?project=default&popup_display_uuids=A&fault_status=500");
+  line("fault_status");
+  const KLValue state = json("/live?after=1");
+  EXPECT_EQ(state.find("next")->asInteger(), 3);
+  const auto& requests = state.find("requests")->asArray();
+  ASSERT_EQ(requests.size(), 2u);
+  EXPECT_EQ(requests[1].find("fault")->asString(), "status 500");
+  EXPECT_EQ(state.find("configuration")->find("distinct_id")->asString(), "alice");
+  EXPECT_EQ(get("/live/configuration").body, R"({"popup_plans":[]})");
+  const auto& popups = state.find("popups")->asArray();
+  ASSERT_EQ(popups.size(), 2u);
+  EXPECT_EQ(popups[0].find("times")->asInteger(), 2);
+  EXPECT_EQ(state.find("faults")->asString(), "{}");
+  for (int i = 0; i < 500; ++i) get("/images/none");
+  EXPECT_LE(json("/live?after=0").find("requests")->asArray().size(), 200u);
+}
+
+/// The page as Chromium renders it.
+TEST_F(ServeTest, ThePageShowsItAllAndTakesNothingForMarkup) {
+  std::string browser;
+  for (const char* const name : {"chromium", "chromium-headless-shell"}) {
+    if (browser.empty() && std::system((std::string("command -v ") + name + " >/dev/null").c_str()) == 0) browser = name;
+  }
+  if (browser.empty()) GTEST_SKIP() << "Chromium is not here (Debian package chromium)";
+  write("user_popup_configs.json",
+        R"({"popup_plans": [{"plan_id": 7, "cname": "<b>Spring</b> sale", "status": "ACTIVE", "is_audience": true,
+      "pattern_popup": {"matcher_list": [{"event_name": "ViewShop"}]}}]})");
+  write("faults.json", R"({"/images/*": {"status": 404}})");
+  get("/klo/user_popup_configs?distinct_id=alice");
+  get("/klo/popup_displays?project=default&popup_display_uuids=UUID-1,UUID-2");
+  get("/images/%3Cscript%3Ealert(1)%3C/script%3E");
+  line("/images/");
+  httplib::Client("127.0.0.1", server_->port()).Post("/live/conversions", httplib::Params{{"uuid", "UUID-2"}, {"time", "today"}});
+  const std::string command = browser +
+                              " --headless --no-sandbox --disable-gpu --user-data-dir=" + (sandbox_ / "profile").string() +
+                              " --virtual-time-budget=5000 --dump-dom " + server_->url() + "/ 2>/dev/null";
+  std::string page;
+  FILE* const output = popen(command.c_str(), "r");
+  ASSERT_NE(output, nullptr);
+  for (int c = std::fgetc(output); c != EOF; c = std::fgetc(output)) page += static_cast<char>(c);
+  pclose(output);
+  for (const char* const text :
+       {"class=\"on\">live<", "/klo/user_popup_configs", "&lt;b&gt;Spring&lt;/b&gt; sale", "listens to ViewShop", "to alice at",
+        "UUID-1", "converted today", "Undo", "&lt;script&gt;alert(1)&lt;/script&gt;", "status 404", "3 so far"}) {
+    EXPECT_THAT(page, HasSubstr(text));
+  }
+  EXPECT_THAT(page, ::testing::Not(HasSubstr("<b>Spring")));
 }
 
 TEST(Serve, NeedsADirectory) {

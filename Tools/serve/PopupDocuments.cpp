@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include "Foundation/KLJSON.h"
-#include "json/JSONFault.h"
 
 namespace kaleo::tools {
 namespace {
@@ -30,12 +29,6 @@ KLValue with(const KLValue& object, const char* key, KLValue value) {
   return changed;
 }
 
-void refuseFaults(const std::string& name, std::string_view text) {
-  if (const auto fault = findJSONFault(text)) {
-    throw DocumentError(500, fmt::format("{}:{}:{}: {}", name, fault->line, fault->column, fault->message));
-  }
-}
-
 }  // namespace
 
 std::string filledIn(std::string text, const Placeholders& placeholders) {
@@ -52,7 +45,7 @@ std::string PopupDocuments::require(const std::string& name) const {
 
 KLValue PopupDocuments::parse(const std::string& name, const Placeholders& placeholders) const {
   const std::string text = require(name);
-  refuseFaults(name, text);
+  refuseJSONFaults(name, text);
   KLError error;
   auto value = KLJSON::parse(filledIn(text, placeholders), &error);
   if (!value) throw DocumentError(500, fmt::format("{}:1:1: {}", name, error.localizedDescription));
@@ -65,7 +58,7 @@ KLValue PopupDocuments::withLayout(const KLValue& content, const std::string& so
   const std::string name = "layouts/" + layout->asString();
   const auto text = directory_.read(name);
   if (!text) throw DocumentError(500, fmt::format("{}:1:1: the layout {} is not there", source, name));
-  refuseFaults(name, *text);
+  refuseJSONFaults(name, *text);
   KLObject changed = content.asObject();
   changed.erase("layout");
   changed.set("content", filledIn(*text, placeholders));
@@ -92,16 +85,18 @@ std::string PopupDocuments::popupWindow(const std::string& id, const Placeholder
   return KLJSON::serialize(withLayout(parse(name, placeholders), name, placeholders));
 }
 
-std::string PopupDocuments::popupDisplays(const std::vector<std::string>& uuids, const std::string& distinctId) const {
+std::string PopupDocuments::popupDisplays(const std::vector<std::string>& uuids, const std::string& distinctId,
+                                          const Conversion& known) const {
+  const KLValue times = directory_.read(kDisplaysFile) ? parse(kDisplaysFile, {}) : KLValue(KLObject{});
   KLValue::Array records;
-  if (!directory_.read(kDisplaysFile)) return KLJSON::serialize(std::move(records));
-  const KLValue times = parse(kDisplaysFile, {});
   for (const std::string& uuid : uuids) {
+    auto converted = known(uuid);
     const KLValue* time = times.find(uuid);
     if (time == nullptr) time = times.find("*");
-    if (time == nullptr) continue;
-    records.push_back(KLObject{
-        {"distinct_id", distinctId}, {"popup_display_uuid", uuid}, {"display_time", ""}, {"convert_time", time->asString()}});
+    if (!converted && time != nullptr) converted = time->asString();
+    if (!converted) continue;
+    records.push_back(
+        KLObject{{"distinct_id", distinctId}, {"popup_display_uuid", uuid}, {"display_time", ""}, {"convert_time", *converted}});
   }
   return KLJSON::serialize(std::move(records));
 }

@@ -1,25 +1,15 @@
 #pragma once
 
-#include <stdexcept>
+#include <functional>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "kaleo/KLValue.h"
+#include "serve/DocumentError.h"
 #include "serve/ServedDirectory.h"
 
 namespace kaleo::tools {
-
-/// Why a document cannot be given; the text is for the person who writes the files.
-class DocumentError : public std::runtime_error {
- public:
-  DocumentError(int status, const std::string& message) : std::runtime_error(message), status_(status) {}
-  /// The HTTP status that says so: 404 for what is not there, 500 for a faulty file.
-  int status() const { return status_; }
-
- private:
-  int status_;
-};
 
 /// What takes the place of "{{base}}" and "{{distinct_id}}" inside the strings of the files.
 struct Placeholders {
@@ -43,8 +33,9 @@ class PopupDocuments {
 
   std::string userPopupConfigs(const Placeholders& placeholders) const;
   std::string popupWindow(const std::string& id, const Placeholders& placeholders) const;
-  /// One record for each of `uuids` that the file knows.
-  std::string popupDisplays(const std::vector<std::string>& uuids, const std::string& distinctId) const;
+  /// One record for each of `uuids` of which `known`, which is asked first, or the file tells the time of conversion.
+  using Conversion = std::function<std::optional<std::string>(const std::string& uuid)>;
+  std::string popupDisplays(const std::vector<std::string>& uuids, const std::string& distinctId, const Conversion& known) const;
 
  private:
   std::string require(const std::string& name) const;

@@ -13,6 +13,30 @@ namespace {
 
 constexpr int kCannotServe = 1;
 
+constexpr const char* kManual = R"(Files in DIR, all read anew at each request:
+  user_popup_configs.json   the configuration; a plan's popup_window_content may name a "layout" instead of its "content"
+  layouts/NAME.json         a layout; "{{base}}" in it becomes this server's URL, "{{distinct_id}}" the user
+  images/...                pictures (PNG, JPEG, GIF)
+  popup_windows/ID.json     a popup to try by deep link
+  popup_displays.json       conversions: {"UUID": "2026-01-02 03:04:05", "*": ""}; "*" stands for all others, "" for none
+  faults.json               what is to go wrong (below)
+  user_diagnose_logs/       reports of applications, kept here
+
+The page at / shows requests, the configuration served and the popups whose conversion is asked for, live; there a popup's
+conversion is set with one click. From a script:
+  curl -d uuid=UUID http://127.0.0.1:PORT/live/conversions            the user has converted now ("-d time=" too: has not)
+  curl http://127.0.0.1:PORT/live?after=0                             what the page shows, as JSON
+
+Faults, by path ("*" at its end stands for any rest; the longest that fits counts) in faults.json:
+  {"/klo/user_popup_configs": {"delay": 3, "status": 503}, "/images/*": {"cut": 100}}
+or for one application by its base URL, such as http://127.0.0.1:PORT/?fault_delay=3&fault_status=503:
+  delay      seconds before the answer, to 3600
+  status     the HTTP status, 200 to 599; the body stays
+  cut        bytes of the body after which the connection is closed
+  garbage    true: a body of random-looking bytes
+  encrypted  true: a body encrypted under a key that no application has; or 64 hexadecimal digits, salt and vector as an encrypted
+             request begins: under the key of the application that has these)";
+
 struct Arguments {
   PopupServer::Options server;
   std::string portFile;
@@ -75,6 +99,7 @@ Command serveCommand(CLI::App& kaleo) {
       ->check(CLI::Range(0, 65535))
       ->capture_default_str();
   app->add_option("--print-port-file", arguments->portFile, "File to write the port to once it is open");
+  app->footer(kManual);
   return {app, [arguments] { return serve(*arguments); }};
 }
 

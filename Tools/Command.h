@@ -11,6 +11,8 @@ struct Command {
   std::function<int()> run;  ///< after parsing; answers the exit code
 };
 
+/// `kaleo check FILE...`: what the library reads differently from what was likely meant.
+Command checkCommand(CLI::App& kaleo);
 /// `kaleo inspect FILE`: what a user's database holds.
 Command inspectCommand(CLI::App& kaleo);
 /// `kaleo preview LAYOUT`: a popup's layout in a window, as a picture, or as frames.

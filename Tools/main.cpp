@@ -5,6 +5,7 @@ int main(int argc, char** argv) {
   kaleo.require_subcommand(1);
   kaleo.set_version_flag("--version", KALEO_VERSION);
   const kaleo::tools::Command commands[] = {
+      kaleo::tools::checkCommand(kaleo),
       kaleo::tools::inspectCommand(kaleo),
       kaleo::tools::previewCommand(kaleo),
       kaleo::tools::serveCommand(kaleo),

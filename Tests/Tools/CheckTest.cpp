@@ -1,0 +1,253 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "Foundation/KLJSON.h"
+#include "Support/TemporaryDirectory.h"
+#include "check/CheckReport.h"
+#include "check/Checker.h"
+
+namespace kaleo::tools {
+namespace {
+
+using testing::AllOf;
+using testing::Contains;
+using testing::Field;
+using testing::HasSubstr;
+using testing::IsEmpty;
+namespace fs = std::filesystem;
+
+constexpr double kNow = 1790000000;
+
+const char* const kLayout = R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "subviews": [
+  {"type": "label", "properties": {"text": "Hello", "font": "16px"}}]}})";
+
+KLObject parsed(const std::string& json) { return KLJSON::parse(json).value().asObject(); }
+
+/// A plan without a fault, with the members of `changes` in place of its own; JSON null takes a member out.
+KLValue plan(const std::string& changes = "{}") {
+  KLObject plan = parsed(R"({"plan_id": 7, "status": "ACTIVE", "is_audience": true, "expire_at": "1900000000000",
+    "re_enter": {"unit": "DAY", "natural": true, "value": 1, "limit": 2},
+    "pattern_popup": {"relation": "OR", "matcher_list": [{"event_name": "Pay", "params": ["1"], "window": {"unit": "DAY", "value": 1}}]}})");
+  plan.set("popup_window_content", KLObject{{"popup_type", "PRESET"}, {"content", kLayout}});
+  for (const auto& [key, value] : parsed(changes)) {
+    if (value.isNull()) {
+      plan.erase(key);
+    } else {
+      plan.set(key, value);
+    }
+  }
+  return plan;
+}
+
+std::string answer(KLValue::Array plans, const std::string& changes = "{}") {
+  KLObject answer{{"config_pull_interval_ms", 600000}, {"popup_plans", std::move(plans)}};
+  for (const auto& [key, value] : parsed(changes)) answer.set(key, value);
+  return KLJSON::serialize(answer, KLJSON::Style::Pretty);
+}
+
+std::vector<Finding> findingsIn(const std::string& text) {
+  Checker checker(kNow);
+  checker.check("config.json", text);
+  return checker.findings().sorted();
+}
+
+/// "code at pointer" of each finding.
+std::vector<std::string> found(const std::string& text) {
+  std::vector<std::string> lines;
+  for (const Finding& finding : findingsIn(text)) {
+    lines.push_back(std::string(checkCode(finding.check).name) + " at " + finding.pointer);
+  }
+  return lines;
+}
+
+struct Fault {
+  const char* changes;  ///< of the plan without a fault
+  const char* expected;
+};
+
+TEST(CheckTest, FindsNothingInAPlanWithoutAFault) {
+  EXPECT_THAT(found(answer({plan()})), IsEmpty());
+  EXPECT_THAT(found(kLayout), IsEmpty());
+}
+
+TEST(CheckTest, FindsWhatKeepsAPlanFromShowing) {
+  const Fault faults[] = {
+      {R"({"plan_id": "seven"})", "plan-id at /popup_plans/0/plan_id"},
+      {R"({"expire_at": null})", "no-expiry at /popup_plans/0"},
+      {R"({"expire_at": "2030-01-01"})", "expired at /popup_plans/0/expire_at"},
+      {R"({"expire_at": "1900000000"})", "expired at /popup_plans/0/expire_at"},
+      {R"({"status": "active"})", "never-active at /popup_plans/0/status"},
+      {R"({"is_audience": false})", "not-audience at /popup_plans/0/is_audience"},
+      {R"({"strategy_id": "s"})", "strategy-without-trigger at /popup_plans/0/strategy_id"},
+      {R"({"pattern_popup": {"matcher_list": []}})", "no-matchers at /popup_plans/0/pattern_popup"},
+      {R"({"popup_window_content": {"popup_type": "PRESET"}})", "no-content at /popup_plans/0/popup_window_content"},
+      {R"({"popup_window_content": {"content": "{]"}})", "not-json at /popup_plans/0/popup_window_content/content"},
+      {R"({"popup_window_content": {"content": "{}"}})", "no-template at /popup_plans/0/popup_window_content/content#"},
+      {R"({"pattern_popups": {}})", "unknown-key at /popup_plans/0/pattern_popups"},
+      {R"({"re_enter": {"unit": "MONTH", "value": 200, "limit": 1}})", "endless-re-entry at /popup_plans/0/re_enter"},
+      {R"({"popup_interval": {"unit": "hour", "value": 1}})", "unknown-unit at /popup_plans/0/popup_interval/unit"},
+      {R"({"popup_interval": {"unit": "HOUR", "natural": true, "value": 1}})",
+       "natural-unit at /popup_plans/0/popup_interval/unit"},
+      {R"({"popup_interval": {"unit": "HOUR", "value": 0}})", "empty-window at /popup_plans/0/popup_interval/value"},
+  };
+  for (const Fault& fault : faults) {
+    EXPECT_THAT(found(answer({plan(fault.changes)})), Contains(fault.expected)) << fault.changes;
+  }
+}
+
+TEST(CheckTest, FindsWhatEventsAndConditionsNeverMeet) {
+  const std::string matcher = "/popup_plans/0/pattern_popup/matcher_list/0";
+  const auto inPattern = [](const std::string& pattern) { return found(answer({plan(R"({"pattern_popup": )" + pattern + "}")})); };
+  EXPECT_THAT(inPattern(R"({"relation": "AND", "matcher_list": [{"event_name": "Pay"}]})"),
+              Contains("pattern-and at /popup_plans/0/pattern_popup/relation"));
+  EXPECT_THAT(inPattern(R"({"relation": "and", "matcher_list": [{"event_name": "Pay"}]})"),
+              Contains("unknown-relation at /popup_plans/0/pattern_popup/relation"));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": ""}]})"), Contains("no-event-name at " + matcher + "/event_name"));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["many"]}]})"),
+              Contains("count-not-a-number at " + matcher + "/params"));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["3"]}]})"),
+              Contains("count-never-reached at " + matcher));
+
+  const auto inCondition = [&](const std::string& condition) {
+    return inPattern(R"({"matcher_list": [{"event_name": "Pay", "filter": {"relation": "and", "conditions": [)" + condition +
+                     "]}}]}");
+  };
+  const std::string at = matcher + "/filter/conditions/0";
+  EXPECT_THAT(inCondition(R"({"field": "event.price", "function": "between", "params": ["1", "2"]})"), IsEmpty());
+  EXPECT_THAT(inCondition(R"({"field": "event.", "function": "isSet"})"), Contains("no-field at " + at + "/field"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "startsWith", "params": ["x"]})"),
+              Contains("unknown-operator at " + at + "/function"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "equal", "params": [3]})"), Contains("bad-params at " + at + "/params"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "between", "params": ["3"]})"),
+              Contains("bad-params at " + at + "/params"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "less", "params": ["x"]})"),
+              Contains("not-a-number at " + at + "/params/0"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "between", "params": ["9", "1"]})"),
+              Contains("empty-range at " + at + "/params"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "absoluteBetween", "params": ["2026-01-01", "2026-02-01 00:00"]})"),
+              Contains("not-a-date at " + at + "/params/0"));
+}
+
+TEST(CheckTest, FindsDisplayTimesThatMeanSomethingElse) {
+  const auto inRange = [](const std::string& cycle, const std::string& range) {
+    return found(answer({plan(R"({"display_time_config": {"natural_repeat_cycle": {"repeat_cycle": ")" + cycle +
+                              R"(", "time_ranges": [)" + range + "]}}}")}));
+  };
+  const std::string config = "/popup_plans/0/display_time_config", range = config + "/natural_repeat_cycle/time_ranges/0";
+  EXPECT_THAT(inRange("DAY", R"({"start_time": "22:00", "end_time": "06:00"})"), IsEmpty());
+  EXPECT_THAT(inRange("DAY", R"({"start_time": "9:00", "end_time": "18:00"})"),
+              Contains("display-time at " + range + "/start_time"));
+  EXPECT_THAT(inRange("DAY", R"({"start_time": "09:00:30", "end_time": "18:00"})"),
+              Contains("display-time at " + range + "/start_time"));
+  EXPECT_THAT(inRange("DAY", R"({"start_time": "09:00", "end_time": "09:00"})"), Contains("display-time at " + range));
+  EXPECT_THAT(inRange("WEEK", R"({"start_time": "09:00", "end_time": "18:00", "day": "2"})"),
+              testing::IsSupersetOf({"display-day at " + range + "/day", "no-display-time at " + config}));
+  EXPECT_THAT(inRange("DAY", ""), Contains("no-display-time at " + config));
+}
+
+TEST(CheckTest, ComparesThePlansWithEachOther) {
+  const std::string pay =
+      R"({"matcher_list": [{"event_name": "Pay", "filter": {"conditions": [{"field": "a", "function": "isSet"}]}}]})";
+  EXPECT_THAT(found(answer({plan(), plan()})), Contains("duplicate-plan at /popup_plans/1/plan_id"));
+  EXPECT_THAT(found(answer({plan(R"({"plan_id": 8, "pattern_popup": )" + pay + "}"), plan(R"({"absolute_priority": 5})")})),
+              Contains("always-inhibited at /popup_plans/0"));
+  // The one that comes first asks for more, or is not served at all.
+  EXPECT_THAT(found(answer({plan(R"({"plan_id": 8, "pattern_popup": )" + pay + "}"), plan()})), IsEmpty());
+  EXPECT_THAT(
+      found(answer({plan(R"({"plan_id": 8})"), plan(R"({"absolute_priority": 5, "display_time_config": {"natural_repeat_cycle":
+    {"repeat_cycle": "DAY", "time_ranges": [{"start_time": "09:00", "end_time": "10:00"}]}}})")})),
+      IsEmpty());
+}
+
+TEST(CheckTest, LooksAtTheAnswerAsAWhole) {
+  EXPECT_THAT(
+      found(answer({}, R"({"msg_limit_global": {"is_in_use": true, "limits": [{"unit": "DAY", "value": 1, "limit": 0}]}})")),
+      Contains("cap-of-zero at /msg_limit_global/limits/0/limit"));
+  EXPECT_THAT(found(answer({}, R"({"min_sdk_version_required": "99.0"})")),
+              Contains("minimum-version at /min_sdk_version_required"));
+  EXPECT_THAT(found(answer({}, R"({"popup_plans": {}})")), Contains("wrong-kind at /popup_plans"));
+  EXPECT_THAT(found(R"({"popup_plans": [], "user_id": "a", "user_id": "b"})"), Contains("duplicate-key at /user_id"));
+  EXPECT_THAT(found("{\"popup_plans\": [\n  1,]}"), Contains("not-json at "));
+  EXPECT_THAT(found("7"), Contains("not-a-configuration at "));
+}
+
+TEST(CheckTest, FindsElementsThatNobodyCanSeeOrUse) {
+  const auto inElement = [](const std::string& element) {
+    return found(R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "properties": {"backgroundColor":
+      {"r": 255, "g": 255, "b": 255, "a": 1}}, "subviews": [)" +
+                 element + "]}}");
+  };
+  const std::string at = "/template/subviews/0";
+  const Fault faults[] = {
+      {R"({"type": "image", "properties": {"image": "https://a.example/b.png"}})", "no-height at /template/subviews/0"},
+      {R"({"type": "image", "layout": {"height": 20}})", "bad-length at /template/subviews/0/layout/height"},
+      {R"({"type": "image", "layout": {"height": "20%"}})", "bad-length at /template/subviews/0/layout/height"},
+      {R"({"type": "image", "layout": {"height": "20"}, "properties": {"image": "b.png"}})",
+       "bad-url at /template/subviews/0/properties/image"},
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "scrollableY": true}})",
+       "scrolls-without-height at /template/subviews/0"},
+      {R"({"type": "label", "properties": {"font": "9"}})", "no-text at /template/subviews/0"},
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 200, "g": 200, "b": 200, "a": 1}}})",
+       "contrast at /template/subviews/0/properties/color"},
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 1}}})",
+       "invisible-colour at /template/subviews/0/properties/color"},
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": "#fff"}})",
+       "bad-colour at /template/subviews/0/properties/color"},
+      {R"({"type": "lable"})", "unknown-element at /template/subviews/0/type"},
+      {R"({"type": "row", "subviews": [{"type": "column"}]})", "whole-width-in-row at /template/subviews/0/subviews/0"},
+      {R"({"type": "button", "layout": {"height": "20"}})", "idle-action at /template/subviews/0"},
+      {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "close"}]}})",
+       "idle-action at /template/subviews/0/action/IOS/0"},
+      {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "jump"}]}})",
+       "unknown-action at /template/subviews/0/action/IOS/0/type"},
+      {R"({"type": "column", "layout": {"align": "middle"}})", "unknown-word at /template/subviews/0/layout/align"},
+      {R"({"type": "column", "isHidden": true})", "misplaced-hidden at /template/subviews/0/isHidden"},
+  };
+  for (const Fault& fault : faults) EXPECT_THAT(inElement(fault.changes), Contains(fault.expected)) << fault.changes;
+  EXPECT_THAT(inElement(R"({"type": "image", "properties": {"isHidden": true}})"), IsEmpty());
+  EXPECT_THAT(found(R"({"template": {"type": "column"}})"), Contains("no-way-out at "));
+}
+
+TEST(CheckTest, NamesLineAndColumnAndChecksLayoutsBesideTheFile) {
+  TemporaryDirectory directory;
+  fs::create_directories(directory / "layouts");
+  std::ofstream(directory / "layouts" / "card.json")
+      << "{\"properties\": {\"maskCloseEnabled\": true},\n \"template\": {\"type\": \"é\", \"tpye\": 1}}";
+  const std::string config = answer({plan(R"({"popup_window_content": {"layout": "card.json"}})")});
+  Checker checker(kNow);
+  checker.check(directory / "user_popup_configs.json", config);
+  const auto findings = checker.findings().sorted();
+  ASSERT_EQ(findings.size(), 2u);
+  EXPECT_EQ(fs::path(findings[1].file).filename(), "card.json");
+  EXPECT_EQ(findings[0].place.line, 2u);
+  EXPECT_EQ(findings[1].place.column, 36u);
+  EXPECT_THAT(findings[1].sentence, HasSubstr("did you mean \"type\"?"));
+}
+
+TEST(CheckTest, ReportsForPeopleAndForPrograms) {
+  const auto findings = findingsIn(answer({plan(R"({"status": "\u001b[2J", "cnam": "x"})")}));
+  std::ostringstream people, programs;
+  writeFindings(findings, false, people);
+  EXPECT_THAT(people.str(), AllOf(HasSubstr("config.json:6:17: error: "), HasSubstr("[never-active]"),
+                                  HasSubstr("1 error, 0 warnings, 1 note.")));
+  EXPECT_EQ(people.str().find('\x1b'), std::string::npos);
+  writeFindingsAsJSON(findings, programs);
+  const auto document = KLJSON::parse(programs.str());
+  ASSERT_TRUE(document);
+  EXPECT_EQ(document->find("errors")->asInteger(), 1);
+  EXPECT_EQ(document->find("findings")->asArray().size(), 2u);
+  EXPECT_EQ(exitStatus(findings), 2);
+  EXPECT_EQ(exitStatus({}), 0);
+}
+
+TEST(CheckTest, ThePageOfCodesIsUpToDate) {
+  std::ostringstream codes;
+  writeCodes(codes);
+  EXPECT_EQ(readWhole(fs::path(KALEO_SOURCE_DIR) / "docs" / "check.md"), codes.str()) << "run kaleo check --codes >docs/check.md";
+}
+
+}  // namespace
+}  // namespace kaleo::tools

@@ -1,0 +1,98 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+namespace kaleo::tools {
+
+enum class Severity : std::uint8_t {
+  Note,     ///< read as written, but perhaps not as meant
+  Warning,  ///< very likely not what was meant
+  Error,    ///< a plan or an element can never do what it is there for
+};
+
+/// What `kaleo check` looks for. The order is that of kCheckCodes.
+enum class Check : std::uint8_t {
+  // The document
+  NotJSON,
+  NotAConfiguration,
+  DuplicateKey,
+  UnknownKey,
+  WrongKind,
+  // Plans
+  PlanId,
+  DuplicatePlan,
+  NoExpiry,
+  Expired,
+  NeverActive,
+  NotAudience,
+  StrategyWithoutTrigger,
+  AlwaysInhibited,
+  // Events
+  NoMatchers,
+  PatternAnd,
+  UnknownRelation,
+  NoEventName,
+  CountNotANumber,
+  CountNeverReached,
+  // Conditions
+  NoField,
+  UnknownOperator,
+  BadParams,
+  NotANumber,
+  NotADate,
+  EmptyRange,
+  // Time
+  UnknownUnit,
+  NaturalUnit,
+  EmptyWindow,
+  EndlessReEntry,
+  // Limits
+  CapOfZero,
+  LimitNotInUse,
+  // Display times
+  NoDisplayTime,
+  DisplayTime,
+  DisplayDay,
+  // The answer as a whole
+  PullInterval,
+  MinimumVersion,
+  // Content
+  NoContent,
+  UnknownPopupType,
+  NoTemplate,
+  NoWayOut,
+  // Elements
+  UnknownElement,
+  UnknownWord,
+  BadLength,
+  NoHeight,
+  ScrollsWithoutHeight,
+  WholeWidthInRow,
+  NoText,
+  BadColour,
+  InvisibleColour,
+  Contrast,
+  BadURL,
+  UnknownAction,
+  IdleAction,
+  MisplacedHidden,
+  Count,
+};
+
+/// How `kaleo check` speaks of one kind of finding.
+struct CheckCode {
+  Check check;
+  std::string_view name;  ///< for people and programs; never changes
+  Severity severity;
+  std::string_view why;   ///< one sentence: what the library does with it
+  std::string_view mend;  ///< one sentence: what to write instead
+};
+
+/// Every code, in the order of Check.
+std::span<const CheckCode> checkCodes();
+const CheckCode& checkCode(Check check);
+std::string_view severityName(Severity severity);
+
+}  // namespace kaleo::tools

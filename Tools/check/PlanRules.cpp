@@ -1,0 +1,175 @@
+#include "check/PlanRules.h"
+
+#include <fmt/chrono.h>
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <map>
+#include <tuple>
+
+#include "Core/Utils/KLJSONSerialization.h"
+#include "check/EventRules.h"
+#include "check/KnownKeys.h"
+#include "check/TimeRules.h"
+
+namespace kaleo::tools {
+namespace {
+
+constexpr double kMilliseconds = 1000.0;
+/// Milliseconds before this (1973) are most likely seconds.
+constexpr double kLikelySeconds = 1e11;
+
+std::int64_t integerOf(const At& at) { return quillon_integerValue(at.value()); }
+bool yes(const At& at) { return quillon_boolValue(at.value()); }
+
+/// As the library reads it: a text as it stands, a number's text.
+double expiryOf(const At& plan) { return quillon_doublePrefix(quillon_stringValue(plan["expire_at"].value()).value_or("")); }
+
+std::string day(double milliseconds) {
+  constexpr double kLast = 253402300799;  // the end of the year 9999
+  const auto seconds = static_cast<std::time_t>(std::clamp(milliseconds / kMilliseconds, -kLast, kLast));
+  return fmt::format("{:%Y-%m-%d}", fmt::gmtime(seconds));
+}
+
+void checkIdentity(const At& plan, Findings& findings) {
+  const At id = plan["plan_id"];
+  if (integerOf(id) == 0) {
+    findings.report(Check::PlanId, id.isPresent() ? id : plan, fmt::format("The plan's id is {}, which reads as 0.", written(id)));
+  }
+  const At strategy = plan["strategy_id"];
+  if (strategy.isGiven() && !yes(plan["is_trigger"])) {
+    findings.report(Check::StrategyWithoutTrigger, strategy,
+                    fmt::format("The plan has the strategy {} and is no trigger plan.", written(strategy)));
+  }
+}
+
+void checkExpiry(const At& plan, double now, Findings& findings) {
+  const At at = plan["expire_at"];
+  const double expiry = expiryOf(plan);
+  if (!at.isGiven() || expiry == 0) {
+    findings.report(Check::NoExpiry, at.isPresent() ? at : plan,
+                    fmt::format("The plan expires at {}, which reads as 0.", written(at)));
+  } else if (expiry < now * kMilliseconds) {
+    const bool seconds = expiry < kLikelySeconds && expiry > now;
+    findings.report(Check::Expired, at,
+                    seconds ? fmt::format("{} looks like seconds; as milliseconds it is {}.", written(at), day(expiry))
+                            : fmt::format("The plan expired on {}.", day(expiry)));
+  }
+}
+
+void checkAudience(const At& plan, Findings& findings) {
+  const At status = plan["status"], audience = plan["is_audience"];
+  if (status.text() != "ACTIVE") {
+    findings.report(Check::NeverActive, status.isPresent() ? status : plan, fmt::format("The status is {}.", written(status)));
+  }
+  if (!yes(audience)) {
+    findings.report(Check::NotAudience, audience.isPresent() ? audience : plan,
+                    fmt::format("\"is_audience\" is {}.", written(audience)));
+  }
+}
+
+bool isServed(const At& plan, double now) {
+  return expiryOf(plan) >= now * kMilliseconds && plan["status"].text() == "ACTIVE" && yes(plan["is_audience"]) &&
+         plan["pattern_popup"]["relation"].text() != "AND";
+}
+
+bool equal(const At& left, const At& right) {
+  if (!left.isPresent() || !right.isPresent()) return left.isPresent() == right.isPresent();
+  return *left.value() == *right.value();
+}
+
+/// Whether `wide` counts every event that `narrow` counts, and reaches its count no later.
+bool covers(const At& wide, const At& narrow) {
+  if (wide["event_name"].text() != narrow["event_name"].text()) return false;
+  const bool anyEvent = filterOf(wide)["conditions"].elements().empty();
+  if (!anyEvent && !equal(filterOf(wide), filterOf(narrow))) return false;
+  return neededOf(wide) <= 1 || (neededOf(wide) <= neededOf(narrow) && equal(wide["window"], narrow["window"]));
+}
+
+/// Whether each event that makes `later` due makes `first` due, too.
+bool answersAllOf(const At& first, const At& later) {
+  for (const char* rule : {"event_permission", "display_time_config"}) {
+    if (first[rule].isGiven() && !equal(first[rule], later[rule])) return false;
+  }
+  const auto wide = first["pattern_popup"]["matcher_list"].elements();
+  const auto narrow = later["pattern_popup"]["matcher_list"].elements();
+  return !narrow.empty() && std::ranges::all_of(narrow, [&wide](const At& matcher) {
+    return std::ranges::any_of(wide, [&matcher](const At& candidate) { return covers(candidate, matcher); });
+  });
+}
+
+bool isEverHeldBack(const At& plan) {
+  for (const char* window : {"re_enter", "popup_interval", "convert_window"}) {
+    if (!lengthOf(plan[window]).isEmpty) return true;
+  }
+  return yes(plan["global_msg_limit_enabled"]);
+}
+
+void checkInhibition(const At& first, const At& later, Findings& findings) {
+  findings.report(Check::AlwaysInhibited, later["absolute_priority"].isPresent() ? later["absolute_priority"] : later,
+                  fmt::format("Plan {} comes first and answers every event that plan {} answers: this one {}.",
+                              integerOf(first["plan_id"]), integerOf(later["plan_id"]),
+                              isEverHeldBack(first) ? "shows only while that one is held back by its own limits" : "never shows"));
+}
+
+}  // namespace
+
+void checkPlan(const At& plan, double now, Findings& findings) {
+  if (!expectObject(plan, findings)) return;
+  checkKeys(plan,
+            {"plan_id",
+             "audience_id",
+             "absolute_priority",
+             "is_audience",
+             "is_control_group",
+             "global_msg_limit_enabled",
+             "cname",
+             "status",
+             "last_update_config_time",
+             "expire_at",
+             "popup_window_content",
+             "re_enter",
+             "page_filter",
+             "popup_interval",
+             "convert_window",
+             "pattern_popup",
+             "window_update",
+             "strategy_id",
+             "is_trigger",
+             "section_id",
+             "event_permission",
+             "display_time_config"},
+            findings);
+  checkIdentity(plan, findings);
+  checkExpiry(plan, now, findings);
+  checkAudience(plan, findings);
+  checkPattern(plan["pattern_popup"], findings);
+  checkPermission(plan["event_permission"], findings);
+  for (const char* window : {"popup_interval", "convert_window"}) {
+    checkKeys(plan[window], {"unit", "natural", "value"}, findings);
+    checkLength(plan[window], findings);
+  }
+  checkReEntry(plan["re_enter"], expiryOf(plan) / kMilliseconds - now, findings);
+  checkDisplayTimes(plan["display_time_config"], findings);
+}
+
+void checkPlansTogether(const std::vector<At>& plans, double now, Findings& findings) {
+  std::map<std::int64_t, const At*> known;
+  std::vector<const At*> served;
+  for (const At& plan : plans) {
+    const auto [earlier, isNew] = known.emplace(integerOf(plan["plan_id"]), &plan);
+    if (!isNew)
+      findings.report(Check::DuplicatePlan, plan["plan_id"],
+                      fmt::format("Plan {} is at {}, too.", earlier->first, earlier->second->pointer()));
+    if (isServed(plan, now)) served.push_back(&plan);
+  }
+  std::ranges::stable_sort(served, std::greater(), [](const At* plan) {
+    return std::tuple(integerOf((*plan)["absolute_priority"]), integerOf((*plan)["plan_id"]));
+  });
+  for (auto later = served.begin(); later != served.end(); ++later) {
+    const auto first = std::find_if(served.begin(), later, [later](const At* plan) { return answersAllOf(*plan, **later); });
+    if (first != later) checkInhibition(**first, **later, findings);
+  }
+}
+
+}  // namespace kaleo::tools

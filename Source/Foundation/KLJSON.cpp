@@ -4,8 +4,11 @@
 #include <simdjson.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
+#include <functional>
+#include <iterator>
 
 #include "Foundation/KLNumberText.h"
 #include "Foundation/KLUTF8.h"
@@ -68,13 +71,6 @@ error_code readNumber(ondemand::value& source, KLValue& value) {
   return simdjson::SUCCESS;
 }
 
-error_code readString(ondemand::value& source, KLValue& value) {
-  std::string_view text;
-  const error_code error = source.get_string().get(text);
-  if (!error) value = text;
-  return error;
-}
-
 error_code readLiteral(ondemand::value& source, KLValue& value) {
   const std::string_view token = tokenOf(source);
   if (token == "null") return simdjson::SUCCESS;  // which `value` is
@@ -82,55 +78,98 @@ error_code readLiteral(ondemand::value& source, KLValue& value) {
   return token == "true" || token == "false" ? simdjson::SUCCESS : simdjson::T_ATOM_ERROR;
 }
 
-error_code readValue(ondemand::value& source, std::size_t depth, KLValue& value);
+// Short texts come again and again in a document: units, operators, names. One that was read lately is shared, not made anew.
+class RecentTexts {
+ public:
+  KLValue valueOf(std::string_view text) {
+    if (text.size() > kLongest) return text;
+    KLValue& recent = recent_[std::hash<std::string_view>{}(text) % recent_.size()];
+    if (!recent.isString() || recent.asString() != text) recent = text;
+    return recent;
+  }
 
-error_code readArray(ondemand::array& elements, std::size_t depth, KLValue::Array& array) {
+ private:
+  static constexpr std::size_t kLongest = 32;
+  std::array<KLValue, 256> recent_;
+};
+
+// What `all` holds from place `first` on, taken out of it, in memory of just its size.
+template <class T>
+std::vector<T> takenFrom(std::vector<T>& all, std::size_t first) {
+  const auto begin = all.begin() + static_cast<std::ptrdiff_t>(first);
+  std::vector<T> taken(std::make_move_iterator(begin), std::make_move_iterator(all.end()));
+  all.erase(begin, all.end());
+  return taken;
+}
+
+// Builds values. What belongs to arrays and objects that are still open is collected in two stacks that all of them share.
+class Reader {
+ public:
+  // Of the arrays' elements, `value` becomes the array. What is open at an error stays where it is.
+  error_code readArray(ondemand::array& elements, std::size_t depth, KLValue& value);
+
+ private:
+  // `value` is null before.
+  error_code readValue(ondemand::value& source, std::size_t depth, KLValue& value);
+  error_code readString(ondemand::value& source, KLValue& value);
+  error_code readObject(ondemand::object& members, std::size_t depth, KLValue& value);
+
+  std::vector<KLValue> elements_;
+  std::vector<KLObject::Entry> members_;
+  RecentTexts texts_;
+};
+
+error_code Reader::readString(ondemand::value& source, KLValue& value) {
+  std::string_view text;
+  const error_code error = source.get_string().get(text);
+  if (!error) value = texts_.valueOf(text);
+  return error;
+}
+
+error_code Reader::readArray(ondemand::array& elements, std::size_t depth, KLValue& value) {
+  const std::size_t first = elements_.size();
   for (auto result : elements) {
-    ondemand::value element;
-    if (const error_code error = std::move(result).get(element)) return error;
-    if (const error_code error = readValue(element, depth, array.emplace_back())) return error;
+    ondemand::value source;
+    KLValue element;
+    if (const error_code error = std::move(result).get(source)) return error;
+    if (const error_code error = readValue(source, depth, element)) return error;
+    elements_.push_back(std::move(element));
   }
+  value = takenFrom(elements_, first);
   return simdjson::SUCCESS;
 }
 
-error_code readObject(ondemand::object& members, std::size_t depth, std::vector<KLObject::Entry>& entries) {
+error_code Reader::readObject(ondemand::object& members, std::size_t depth, KLValue& value) {
+  const std::size_t first = members_.size();
   for (auto result : members) {
-    ondemand::field member;
-    if (const error_code error = std::move(result).get(member)) return error;
+    ondemand::field source;
+    if (const error_code error = std::move(result).get(source)) return error;
     std::string_view key;
-    if (const error_code error = member.unescaped_key().get(key)) return error;
-    auto& entry = entries.emplace_back(key, KLValue());
-    if (const error_code error = readValue(member.value(), depth, entry.second)) return error;
+    if (const error_code error = source.unescaped_key().get(key)) return error;
+    KLValue member;
+    if (const error_code error = readValue(source.value(), depth, member)) return error;
+    members_.emplace_back(key, std::move(member));
   }
+  value = KLObject::fromEntries(takenFrom(members_, first));
   return simdjson::SUCCESS;
 }
 
-error_code readContainer(ondemand::value& source, bool isArray, std::size_t depth, KLValue& value) {
-  if (depth >= KLJSON::kMaxDepth) return simdjson::DEPTH_ERROR;
-  if (isArray) {
-    ondemand::array elements;
-    KLValue::Array array;
-    if (const error_code error = source.get_array().get(elements)) return error;
-    if (const error_code error = readArray(elements, depth + 1, array)) return error;
-    value = std::move(array);
-  } else {
-    ondemand::object members;
-    std::vector<KLObject::Entry> entries;
-    if (const error_code error = source.get_object().get(members)) return error;
-    if (const error_code error = readObject(members, depth + 1, entries)) return error;
-    value = KLObject::fromEntries(std::move(entries));
-  }
-  return simdjson::SUCCESS;
-}
-
-// `value` is null before.
-error_code readValue(ondemand::value& source, std::size_t depth, KLValue& value) {
+error_code Reader::readValue(ondemand::value& source, std::size_t depth, KLValue& value) {
   ondemand::json_type type;
   if (const error_code error = source.type().get(type)) return error;
   switch (type) {
-    case ondemand::json_type::array:
-    case ondemand::json_type::object:
-      return readContainer(source, type == ondemand::json_type::array, depth, value);
+    case ondemand::json_type::array: {
+      ondemand::array elements;
+      if (depth >= KLJSON::kMaxDepth) return simdjson::DEPTH_ERROR;
+      if (const error_code error = source.get_array().get(elements)) return error;
+      return readArray(elements, depth + 1, value);
+    }
+    case ondemand::json_type::object: {
+      ondemand::object members;
+      if (depth >= KLJSON::kMaxDepth) return simdjson::DEPTH_ERROR;
+      if (const error_code error = source.get_object().get(members)) return error;
+      return readObject(members, depth + 1, value);
+    }
     case ondemand::json_type::number:
       return readNumber(source, value);
     case ondemand::json_type::string:
@@ -151,12 +190,13 @@ simdjson::padded_string inBrackets(std::string_view text) {
 
 error_code readDocument(ondemand::document& document, KLValue& value) {
   ondemand::array roots;
-  KLValue::Array array;
+  KLValue array;
   if (const error_code error = document.get_array().get(roots)) return error;
-  if (const error_code error = readArray(roots, 0, array)) return error;
-  if (array.empty()) return simdjson::EMPTY;
-  if (array.size() > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) return simdjson::TRAILING_CONTENT;
-  value = std::move(array.front());
+  if (const error_code error = Reader().readArray(roots, 0, array)) return error;
+  const auto& values = array.asArray();
+  if (values.empty()) return simdjson::EMPTY;
+  if (values.size() > 1 || document.current_location().error() != simdjson::OUT_OF_BOUNDS) return simdjson::TRAILING_CONTENT;
+  value = values.front();
   return simdjson::SUCCESS;
 }
 

@@ -9,15 +9,21 @@ namespace {
 // Up to this size comparing every key is faster than a binary search, and the index is not worth its memory.
 constexpr std::size_t kIndexedFrom = 12;
 
+bool hasKeyTwice(const std::vector<KLObject::Entry>& entries) {
+  for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
+    if (std::any_of(entries.begin(), entry, [&](const auto& earlier) { return earlier.first == entry->first; })) return true;
+  }
+  return false;
+}
+
 }  // namespace
 
 KLObject::KLObject(std::initializer_list<Entry> entries) : KLObject(fromEntries(std::vector<Entry>(entries))) {}
 
 KLObject KLObject::fromEntries(std::vector<Entry> entries) {
   KLObject object;
-  if (entries.size() < kIndexedFrom) {
-    object.entries_.reserve(entries.size());
-    for (auto& [key, value] : entries) object.set(std::move(key), std::move(value));
+  if (entries.size() < kIndexedFrom && !hasKeyTwice(entries)) {
+    object.entries_ = std::move(entries);
     return object;
   }
   std::vector<std::uint32_t> order(entries.size());

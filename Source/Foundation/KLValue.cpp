@@ -9,14 +9,6 @@ namespace {
 // 2^63: the first double above all 64-bit integers.
 constexpr double kIntegerEnd = 9223372036854775808.0;
 
-// What `payload` shares of type T; the empty T when it holds something else.
-template <class T, class Payload>
-const T& sharedOrEmpty(const Payload& payload) noexcept {
-  static const T empty{};
-  const auto* value = std::get_if<std::shared_ptr<const T>>(&payload);
-  return value && *value ? **value : empty;
-}
-
 std::int64_t clampedInteger(double value) noexcept {
   if (std::isnan(value)) return 0;
   if (value >= kIntegerEnd) return std::numeric_limits<std::int64_t>::max();
@@ -36,43 +28,67 @@ bool equalNumbers(const KLValue& left, const KLValue& right) noexcept {
 
 }  // namespace
 
-KLValue::KLValue(std::string value) : payload_(std::make_shared<const std::string>(std::move(value))) {}
-KLValue::KLValue(KLBytes value) : payload_(std::make_shared<const KLBytes>(std::move(value))) {}
-KLValue::KLValue(Array value) : payload_(std::make_shared<const Array>(std::move(value))) {}
-KLValue::KLValue(KLObject value) : payload_(std::make_shared<const KLObject>(std::move(value))) {}
+template <class T>
+struct KLValue::SharedOf : Shared {
+  template <class Source>
+  explicit SharedOf(Source&& source) : value(std::forward<Source>(source)) {}
+  const T value;
+};
 
-bool KLValue::asBool() const noexcept {
-  const auto* value = std::get_if<bool>(&payload_);
-  return value && *value;
+KLValue::KLValue(std::string_view value) : payload_{.shared = new SharedOf<std::string>(value)}, type_(Type::String) {}
+KLValue::KLValue(std::string value) : payload_{.shared = new SharedOf<std::string>(std::move(value))}, type_(Type::String) {}
+KLValue::KLValue(KLBytes value) : payload_{.shared = new SharedOf<KLBytes>(std::move(value))}, type_(Type::Bytes) {}
+KLValue::KLValue(Array value) : payload_{.shared = new SharedOf<Array>(std::move(value))}, type_(Type::Array) {}
+KLValue::KLValue(KLObject value) : payload_{.shared = new SharedOf<KLObject>(std::move(value))}, type_(Type::Object) {}
+
+// The last owner sees everything that the others did with the value.
+void KLValue::release() const noexcept {
+  if (payload_.shared->owners.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+  switch (type_) {
+    case Type::String:
+      delete static_cast<const SharedOf<std::string>*>(payload_.shared);
+      break;
+    case Type::Bytes:
+      delete static_cast<const SharedOf<KLBytes>*>(payload_.shared);
+      break;
+    case Type::Array:
+      delete static_cast<const SharedOf<Array>*>(payload_.shared);
+      break;
+    default:
+      delete static_cast<const SharedOf<KLObject>*>(payload_.shared);
+      break;
+  }
 }
+
+template <class T>
+const T& KLValue::sharedOrEmpty(Type type) const noexcept {
+  static const T empty{};
+  return type_ == type ? static_cast<const SharedOf<T>*>(payload_.shared)->value : empty;
+}
+
+bool KLValue::asBool() const noexcept { return isBool() && payload_.boolean; }
 
 std::int64_t KLValue::asInteger() const noexcept {
   switch (type()) {
     case Type::Bool:
-      return *std::get_if<bool>(&payload_) ? 1 : 0;
+      return payload_.boolean ? 1 : 0;
     case Type::Integer:
-      return *std::get_if<std::int64_t>(&payload_);
+      return payload_.integer;
     case Type::Double:
-      return clampedInteger(*std::get_if<double>(&payload_));
+      return clampedInteger(payload_.real);
     default:
       return 0;
   }
 }
 
-double KLValue::asDouble() const noexcept {
-  const auto* value = std::get_if<double>(&payload_);
-  return value ? *value : static_cast<double>(asInteger());
-}
+double KLValue::asDouble() const noexcept { return isDouble() ? payload_.real : static_cast<double>(asInteger()); }
 
-KLDate KLValue::asDate() const noexcept {
-  const auto* value = std::get_if<KLDate>(&payload_);
-  return value ? *value : KLDate{};
-}
+KLDate KLValue::asDate() const noexcept { return isDate() ? payload_.date : KLDate{}; }
 
-const std::string& KLValue::asString() const noexcept { return sharedOrEmpty<std::string>(payload_); }
-const KLBytes& KLValue::asBytes() const noexcept { return sharedOrEmpty<KLBytes>(payload_); }
-const KLValue::Array& KLValue::asArray() const noexcept { return sharedOrEmpty<Array>(payload_); }
-const KLObject& KLValue::asObject() const noexcept { return sharedOrEmpty<KLObject>(payload_); }
+const std::string& KLValue::asString() const noexcept { return sharedOrEmpty<std::string>(Type::String); }
+const KLBytes& KLValue::asBytes() const noexcept { return sharedOrEmpty<KLBytes>(Type::Bytes); }
+const KLValue::Array& KLValue::asArray() const noexcept { return sharedOrEmpty<Array>(Type::Array); }
+const KLObject& KLValue::asObject() const noexcept { return sharedOrEmpty<KLObject>(Type::Object); }
 
 const KLValue* KLValue::find(std::string_view key) const noexcept { return asObject().find(key); }
 

@@ -1,12 +1,13 @@
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
-#include <variant>
 #include <vector>
 
 #include "kaleo/KLExport.h"
@@ -33,25 +34,39 @@ class KLObject;
 /// Threads: a const value may be read from any number of threads at once.
 class KALEO_API KLValue {
  public:
-  enum class Type : std::uint8_t { Null, Bool, Integer, Double, String, Date, Bytes, Array, Object };
+  enum class Type : std::uint8_t { Null, Bool, Integer, Double, Date, String, Bytes, Array, Object };
   using Array = std::vector<KLValue>;
 
   KLValue() noexcept = default;  ///< null
   KLValue(std::nullptr_t) noexcept {}
-  KLValue(bool value) noexcept : payload_(value) {}
-  KLValue(int value) noexcept : payload_(static_cast<std::int64_t>(value)) {}
-  KLValue(std::int64_t value) noexcept : payload_(value) {}
-  KLValue(long long value) noexcept : payload_(static_cast<std::int64_t>(value)) {}
-  KLValue(double value) noexcept : payload_(value) {}
-  KLValue(const char* value) : KLValue(std::string(value)) {}
-  KLValue(std::string_view value) : KLValue(std::string(value)) {}
+  KLValue(bool value) noexcept : payload_{.boolean = value}, type_(Type::Bool) {}
+  KLValue(int value) noexcept : KLValue(static_cast<std::int64_t>(value)) {}
+  KLValue(std::int64_t value) noexcept : payload_{.integer = value}, type_(Type::Integer) {}
+  KLValue(long long value) noexcept : KLValue(static_cast<std::int64_t>(value)) {}
+  KLValue(double value) noexcept : payload_{.real = value}, type_(Type::Double) {}
+  KLValue(const char* value) : KLValue(std::string_view(value)) {}
+  KLValue(std::string_view value);
   KLValue(std::string value);
-  KLValue(KLDate value) noexcept : payload_(value) {}
+  KLValue(KLDate value) noexcept : payload_{.date = value}, type_(Type::Date) {}
   KLValue(KLBytes value);
   KLValue(Array value);
   KLValue(KLObject value);
 
-  Type type() const noexcept { return static_cast<Type>(payload_.index()); }
+  KLValue(const KLValue& other) noexcept : payload_(other.payload_), type_(other.type_) {
+    if (isShared()) payload_.shared->owners.fetch_add(1, std::memory_order_relaxed);
+  }
+  /// `other` becomes null.
+  KLValue(KLValue&& other) noexcept : payload_(other.payload_), type_(std::exchange(other.type_, Type::Null)) {}
+  KLValue& operator=(KLValue other) noexcept {
+    std::swap(payload_, other.payload_);
+    std::swap(type_, other.type_);
+    return *this;
+  }
+  ~KLValue() {
+    if (isShared()) release();
+  }
+
+  Type type() const noexcept { return type_; }
   bool isNull() const noexcept { return type() == Type::Null; }
   bool isBool() const noexcept { return type() == Type::Bool; }
   bool isInteger() const noexcept { return type() == Type::Integer; }
@@ -80,9 +95,29 @@ class KALEO_API KLValue {
   KALEO_API friend bool operator==(const KLValue& left, const KLValue& right) noexcept;
 
  private:
-  std::variant<std::monostate, bool, std::int64_t, double, std::shared_ptr<const std::string>, KLDate,
-               std::shared_ptr<const KLBytes>, std::shared_ptr<const Array>, std::shared_ptr<const KLObject>>
-      payload_;
+  /// What the copies of a string, a byte sequence, an array or an object have in common: a value behind the count of its owners.
+  struct Shared {
+    mutable std::atomic<std::size_t> owners{1};
+  };
+  template <class T>
+  struct SharedOf;
+
+  union Payload {
+    bool boolean;
+    std::int64_t integer;
+    double real;
+    KLDate date;
+    const Shared* shared;
+  };
+
+  bool isShared() const noexcept { return type_ >= Type::String; }
+  void release() const noexcept;
+  /// What is shared, which is of type T; the empty T when this value is not of `type`.
+  template <class T>
+  const T& sharedOrEmpty(Type type) const noexcept;
+
+  Payload payload_{.integer = 0};
+  Type type_ = Type::Null;
 };
 
 /// A dictionary from text to KLValue. Keeps the order in which keys were first set; a key set again keeps its place.

@@ -81,7 +81,8 @@ void Summary::print() const {
   compare("Matching, 10 of 10,000 plans listen", "library/match/ten_listen/10000", "library/match/ten_listen/10");
   compare("All checks, 10 of 10,000 plans listen", "trigger/ten_listen/10000", "trigger/ten_listen/10");
   judge("A configuration of 1,000 plans, bytes to plans", "configuration/plans", "configuration/simdjson", kConfigurationTimes, 0);
-  compare("The same, bytes to values only", "configuration/value", "configuration/simdjson");
+  compare("The same and the end of the one before", "configuration/replaced", "configuration/simdjson");
+  compare("Bytes to values only", "configuration/value", "configuration/simdjson");
   printMemory();
 }
 

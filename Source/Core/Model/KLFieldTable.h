@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <concepts>
 #include <cstddef>
 #include <string_view>
@@ -74,9 +75,13 @@ concept KLHasFields = requires {
 /// after parsing and after restoring.
 namespace KLFields {
 
+/// The list of a model, made once.
+template <class Model>
+inline constexpr auto kOf = Model::fields();
+
 template <class Model, class Visitor>
 void forEach(Visitor&& visit) {
-  std::apply([&](const auto&... field) { (visit(field), ...); }, Model::fields());
+  std::apply([&](const auto&... field) { (visit(field), ...); }, kOf<Model>);
 }
 
 template <class Model>
@@ -84,12 +89,27 @@ void compile(Model& model) {
   if constexpr (requires { model.compile(); }) model.compile();
 }
 
+/// The members of `object` under `keys`, each at its key's place; null: absent. One pass over the object, whatever its size.
+template <std::size_t Count>
+std::array<const KLValue*, Count> membersOf(const KLObject& object, const std::array<std::string_view, Count>& keys) {
+  std::array<const KLValue*, Count> members{};
+  for (const auto& [key, value] : object) {
+    for (std::size_t i = 0; i < Count; ++i) {
+      if (keys[i] == key) members[i] = &value;
+    }
+  }
+  return members;
+}
+
 /// Fills `model` from `json`; what is no object, or absent, gives every member its neutral value.
 template <class Model>
 void parse(Model& model, const KLValue* json, KLParseContext& context) {
+  static constexpr auto kKeys = std::apply([](const auto&... field) { return std::array{field.jsonKey...}; }, kOf<Model>);
+  const auto members = json ? membersOf(json->asObject(), kKeys) : std::array<const KLValue*, kKeys.size()>{};
+  std::size_t place = 0;
   forEach<Model>([&]<class M, class T, class Coercion>(const KLField<M, T, Coercion>& field) {
+    const KLValue* value = members[place++];
     if (field.jsonKey.empty()) return;
-    const KLValue* value = json ? json->find(field.jsonKey) : nullptr;
     if (!value && json && !field.otherJSONKey.empty()) value = json->find(field.otherJSONKey);
     Coercion::parse(value, model.*field.member, context);
   });
@@ -119,7 +139,7 @@ void decode(Model& model, const KLValue& archive) {
 
 template <class Model>
 bool equal(const Model& left, const Model& right) {
-  return std::apply([&](const auto&... field) { return ((left.*field.member == right.*field.member) && ...); }, Model::fields());
+  return std::apply([&](const auto&... field) { return ((left.*field.member == right.*field.member) && ...); }, kOf<Model>);
 }
 
 }  // namespace KLFields

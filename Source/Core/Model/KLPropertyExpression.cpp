@@ -22,7 +22,25 @@ double scaledNumber(const KLValue& value) {
 }
 
 double scaledParameter(const KLValue& value) {
-  return value.isNumber() ? scaledNumber(value) : scaled(quillon_doublePrefix(quillon_description(value)));
+  if (value.isNumber()) return scaledNumber(value);
+  return scaled(value.isString() ? quillon_doublePrefix(value.asString()) : quillon_doublePrefix(quillon_description(value)));
+}
+
+std::vector<double> sortedNumbers(const KLValue::Array& params) {
+  std::vector<double> numbers(params.size());
+  std::ranges::transform(params, numbers.begin(), scaledParameter);
+  std::ranges::sort(numbers);
+  return numbers;
+}
+
+std::vector<std::string_view> sortedTexts(const KLValue::Array& params) {
+  std::vector<std::string_view> texts;
+  texts.reserve(params.size());
+  for (const KLValue& param : params) {
+    if (param.isString()) texts.push_back(param.asString());
+  }
+  std::ranges::sort(texts);
+  return texts;
 }
 
 bool isEmptyText(const KLValue& value) { return value.isString() && value.asString().empty(); }
@@ -166,19 +184,28 @@ KLPropertyOperator KLPropertyOperatorNamed(std::string_view name) {
 
 KLPropertyExpression::KLPropertyExpression(std::string_view function, KLValue params)
     : function_(KLPropertyOperatorNamed(function)) {
-  if (params.asArray().empty()) return;
+  const auto& list = params.asArray();
+  if (list.empty()) return;
+  comparesNumbers_ = list.front().isNumber() || list.front().isString();
+  firstNumber_ = scaledParameter(list.front());
+  lastNumber_ = scaledParameter(list.back());
   auto parameters = std::make_shared<Parameters>();
-  for (const KLValue& param : params.asArray()) {
-    parameters->numbers.push_back(scaledParameter(param));
-    if (param.isString()) parameters->texts.push_back(param.asString());
+  switch (function_) {
+    case KLPropertyOperator::Equal:
+    case KLPropertyOperator::NotEqual:
+      parameters->numbers = sortedNumbers(list);
+      [[fallthrough]];
+    case KLPropertyOperator::In:
+    case KLPropertyOperator::NotInclude:
+      parameters->texts = sortedTexts(list);
+      break;
+    case KLPropertyOperator::Contain:
+    case KLPropertyOperator::NotContain:
+      parameters->firstDescription = quillon_description(list.front());
+      break;
+    default:
+      break;
   }
-  const KLValue& first = params.asArray().front();
-  comparesNumbers_ = first.isNumber() || first.isString();
-  firstNumber_ = parameters->numbers.front();
-  lastNumber_ = parameters->numbers.back();
-  parameters->firstDescription = quillon_description(first);
-  std::ranges::sort(parameters->numbers);
-  std::ranges::sort(parameters->texts);
   parameters->params = std::move(params);
   parameters_ = std::move(parameters);
 }

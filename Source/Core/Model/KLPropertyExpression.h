@@ -63,6 +63,7 @@ class KLPropertyExpression {
  private:
   friend struct KLPropertyOperators;
 
+  /// What is derived from the parameters is there for the operators that ask for it.
   struct Parameters {
     KLValue params;
     std::vector<std::string_view> texts;  ///< the texts among them, sorted; they lie in `params`

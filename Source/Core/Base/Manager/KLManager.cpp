@@ -38,13 +38,6 @@ std::shared_ptr<const KLPopupPlanModel> KLManager::planWithIdentifier(const std:
   return trigger ? trigger->planWithIdentifier(planID) : nullptr;
 }
 
-void KLManager::onTriggerQueue(void (KLManager::*work)()) {
-  triggerQueue_->async([weak = weak_from_this(), work] {
-    const auto self = weak.lock();
-    if (self && !self->stopped_) ((*self).*work)();
-  });
-}
-
 void KLManager::stop() {
   if (stopped_.exchange(true)) return;
   removeListeners();

@@ -91,7 +91,6 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   void applyFetched(const FetchResult& result);
   void fetchPopupConfigWithInterval(double seconds);
   void makeTimer(double fireTime, double interval);
-  void onTriggerQueue(void (KLManager::*work)());
   KLPresentationHooks presentation() const;
 
   KLManagerSurroundings around_;

@@ -28,8 +28,9 @@ class KALEO_API KLQueue {
   virtual void asyncAfter(double seconds, Task task) = 0;
   /// Whether the calling thread is running a task of this queue.
   virtual bool isCurrent() const = 0;
-  /// Runs `task` on the queue and returns when it has run; runs it in place when already on the queue. After the queue has been
-  /// stopped the task runs in place on the caller's thread, with no other task of the queue beside it.
+  /// Runs `task` on the queue and returns when it has run; runs it in place when already on the queue. It never waits for a queue
+  /// that has been stopped: the task then runs in place on the caller's thread, with no other task of the queue beside it, or, on a
+  /// main queue whose application is quitting and for callers on other threads, it is dropped.
   virtual void sync(const Task& task) = 0;
   /// The queue's label, for thread names and logs.
   virtual const std::string& label() const = 0;

@@ -24,6 +24,8 @@ class KLConvertResults : public std::enable_shared_from_this<KLConvertResults> {
   void fetchConvertResultsWithUUID(const std::string& uuid);
   /// One round.
   void fetchConvertResults();
+  /// Asks for `uuid` no more: its convert window goes.
+  void removeUUID(const std::string& uuid);
   /// Empties the list, fills it from the plans, and asks.
   void reload();
   /// Stops asking, as in the background.
@@ -38,7 +40,6 @@ class KLConvertResults : public std::enable_shared_from_this<KLConvertResults> {
  private:
   void loadUnConvertedWindowUUIDs();
   void filterUnConvertedUUIDs();
-  void removeUUID(const std::string& uuid);
   void scheduleNextRound();
   std::shared_ptr<KLHTTPTask> requestCampaignConvertResults();
   void handleReply(const std::optional<KLValue>& reply);

@@ -1,9 +1,19 @@
 #include "Core/Base/Trigger/KLGlobalWindows.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLKeyedArchive.h"
 
 namespace kaleo {
+namespace {
+
+auto isInside(const KLPlanWindow& window) {
+  return [start = window.startTime](const KLValue& time) { return quillon_doubleValue(&time) >= start; };
+}
+
+}  // namespace
 
 void KLGlobalWindows::createGlobalIntervalWindow(const KLPopupConfig& config) {
   around_.log.info("Create global interval window");
@@ -28,32 +38,39 @@ void KLGlobalWindows::deleteGlobalIntervalWindow() {
 
 void KLGlobalWindows::loadGlobalWindow() {
   around_.log.info("Load global interval window data");
+  displayTimes_.reset();
   const auto data = around_.store.globalWindowWithUserId(around_.user.userId(), KLDatabaseProperName::GlobalInterval);
   if (!data) return;
   if (auto window = KLPopupGlobalIntervalWindow::fromArchivedData(*data)) globalIntervalWindow_ = std::move(window);
 }
 
-KLValue::Array KLGlobalWindows::loadGlobalPopupTimeIntervals() const {
-  const auto data = around_.store.globalWindowWithUserId(around_.user.userId(), KLDatabaseProperName::GlobalLimit);
-  if (!data) return {};
-  const auto times = KLKeyedArchive::unarchive(*data, KLPopupGlobalLimit::kClassName);
-  return times ? times->asArray() : KLValue::Array{};
+KLGlobalWindows::DisplayTimes& KLGlobalWindows::displayTimes() {
+  std::string userId = around_.user.userId();
+  if (displayTimes_ && displayTimes_->userId == userId) return *displayTimes_;
+  const auto data = around_.store.globalWindowWithUserId(userId, KLDatabaseProperName::GlobalLimit);
+  const auto stored = data ? KLKeyedArchive::unarchive(*data, KLPopupGlobalLimit::kClassName) : std::nullopt;
+  return displayTimes_.emplace(DisplayTimes{std::move(userId), stored ? stored->asArray() : KLValue::Array{}});
 }
 
-KLValue::Array KLGlobalWindows::popupIntervalsInLimitWindow(const KLPlanWindow& window) const {
+const KLValue::Array& KLGlobalWindows::loadGlobalPopupTimeIntervals() { return displayTimes().times; }
+
+KLValue::Array KLGlobalWindows::popupIntervalsInLimitWindow(const KLPlanWindow& window) {
   KLValue::Array inside;
-  for (const KLValue& time : loadGlobalPopupTimeIntervals()) {
-    if (quillon_doubleValue(&time) >= window.startTime) inside.push_back(time);
-  }
-  around_.log.info("Popup had display {} times in global limit window", inside.size());
+  std::ranges::copy_if(loadGlobalPopupTimeIntervals(), std::back_inserter(inside), isInside(window));
   return inside;
 }
 
+std::size_t KLGlobalWindows::popupCountInLimitWindow(const KLPlanWindow& window) {
+  const auto count = static_cast<std::size_t>(std::ranges::count_if(loadGlobalPopupTimeIntervals(), isInside(window)));
+  around_.log.info("Popup had display {} times in global limit window", count);
+  return count;
+}
+
 void KLGlobalWindows::saveGlobalPopupData() {
-  KLValue::Array times = loadGlobalPopupTimeIntervals();
+  auto& [userId, times] = displayTimes();
   times.emplace_back(around_.time.clock.now());
-  around_.store.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, std::move(times)),
-                                     around_.user.userId(), KLDatabaseProperName::GlobalLimit);
+  around_.store.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, times), userId,
+                                     KLDatabaseProperName::GlobalLimit);
 }
 
 }  // namespace kaleo

@@ -20,22 +20,34 @@ class KLGlobalWindows {
   /// Starts the quiet period of `config` now, and stores it.
   void createGlobalIntervalWindow(const KLPopupConfig& config);
   void deleteGlobalIntervalWindow();
-  /// Takes the stored quiet period of the present user; keeps the one in memory when none can be read.
+  /// Takes the stored quiet period of the present user; keeps the one in memory when none can be read. The store may have been
+  /// changed in other ways: the display times are read anew when they are next needed.
   void loadGlobalWindow();
 
-  /// When popups were shown to the present user, seconds since 1970, read from the store.
-  KLValue::Array loadGlobalPopupTimeIntervals() const;
+  /// When popups were shown to the present user, seconds since 1970, in the order of showing. Read from the store once, then kept
+  /// until the user changes or `loadGlobalWindow` is called. All of them count: a configuration to come may limit any stretch of
+  /// time, and the clock may be set back.
+  const KLValue::Array& loadGlobalPopupTimeIntervals();
   /// Those at or after the start of `window`.
-  KLValue::Array popupIntervalsInLimitWindow(const KLPlanWindow& window) const;
-  std::size_t popupCountInLimitWindow(const KLPlanWindow& window) const { return popupIntervalsInLimitWindow(window).size(); }
-  /// Adds now to the stored times.
+  KLValue::Array popupIntervalsInLimitWindow(const KLPlanWindow& window);
+  /// Their number, which the log is told.
+  std::size_t popupCountInLimitWindow(const KLPlanWindow& window);
+  /// Adds now to the times, and stores them.
   void saveGlobalPopupData();
 
  private:
+  struct DisplayTimes {
+    std::string userId;
+    KLValue::Array times;
+  };
+
   void saveGlobalIntervalWindow();
+  /// Those of the present user.
+  DisplayTimes& displayTimes();
 
   const KLTriggerSurroundings& around_;
   std::optional<KLPopupGlobalIntervalWindow> globalIntervalWindow_;
+  std::optional<DisplayTimes> displayTimes_;  ///< as last read; nothing: they are to be read
 };
 
 }  // namespace kaleo

@@ -32,6 +32,7 @@ bool KLPlanChecks::checkConvertWindowForPlan(KLPopupPlan& plan) const {
     return true;
   }
   if (window->isFinished(now()) || plan.isConverted()) {
+    convertResults_.removeUUID(window->uuid.value_or(""));
     plan.deleteConvertWindow();
     return true;
   }
@@ -99,13 +100,12 @@ bool KLPlanChecks::checkLimit(const KLPlanLimitModel& limit, const KLPopupPlan& 
   window.type = KLWindowType::Backward;
   window.timeModel = limit.timeModel();
   window.startWindow(around_.time);
-  KLValue::Array times = globalWindows_.popupIntervalsInLimitWindow(window);
-  const auto count = static_cast<std::int64_t>(times.size());
+  const auto count = static_cast<std::int64_t>(globalWindows_.popupCountInLimitWindow(window));
   if (count < limit.limit) return true;
   refuse(plan, KLDiagnosisState::GlobalLimit, "not meet global limit count", window, [&](KLObject& content) {
     content.set("global limit count", limit.limit);
     content.set("current_campaign_count", count);
-    content.set("current_campaign_timestamp", std::move(times));
+    content.set("current_campaign_timestamp", globalWindows_.popupIntervalsInLimitWindow(window));
     content.set(kQuillonDiagnosticInfoKeyCampaignId, plan.planId());
   });
   return false;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Core/Base/Trigger/KLConvertResults.h"
 #include "Core/Base/Trigger/KLGlobalWindows.h"
 #include "Core/Window/KLPopupPlan.h"
 
@@ -9,8 +10,8 @@ namespace kaleo {
 /// removes a window that has run out, and records a refusal. Threads: the trigger queue.
 class KLPlanChecks {
  public:
-  KLPlanChecks(const KLTriggerSurroundings& surroundings, KLGlobalWindows& globalWindows)
-      : around_(surroundings), globalWindows_(globalWindows) {}
+  KLPlanChecks(const KLTriggerSurroundings& surroundings, KLGlobalWindows& globalWindows, KLConvertResults& convertResults)
+      : around_(surroundings), globalWindows_(globalWindows), convertResults_(convertResults) {}
 
   bool checkRepeatDisplayForPlan(KLPopupPlan& plan) const;
   bool checkConvertWindowForPlan(KLPopupPlan& plan) const;
@@ -30,6 +31,7 @@ class KLPlanChecks {
 
   const KLTriggerSurroundings& around_;
   KLGlobalWindows& globalWindows_;
+  KLConvertResults& convertResults_;
 };
 
 }  // namespace kaleo

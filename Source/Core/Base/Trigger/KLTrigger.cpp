@@ -10,8 +10,8 @@ KLTrigger::KLTrigger(KLTriggerSurroundings surroundings)
       dismissed_(around_.threading.makeWakeUp()),
       planManager_({around_.log, around_.store, around_.diagnosis, around_.hostStore, around_.time, around_.user}),
       globalWindows_(around_),
-      checks_(around_, globalWindows_),
       convertResults_(std::make_shared<KLConvertResults>(around_, planManager_)),
+      checks_(around_, globalWindows_, *convertResults_),
       popupConfig_(std::make_shared<KLPopupConfig>()) {
   around_.log.info("KL Trigger add listeners");
   didEnd_ = around_.notificationCenter.addObserver(kCampaignDidEndNotification, [this](const auto&) {

@@ -63,8 +63,8 @@ class KLTrigger {
   std::atomic<bool> stopped_{false};
   KLPlanManager planManager_;
   KLGlobalWindows globalWindows_;
-  KLPlanChecks checks_;
   std::shared_ptr<KLConvertResults> convertResults_;
+  KLPlanChecks checks_;
   std::shared_ptr<const KLPopupConfig> popupConfig_;
   std::shared_ptr<KLPopupPlan> triggledPlan_;  ///< chosen for the event under way
   double triggerTime_ = 0;

@@ -202,6 +202,23 @@ TEST_F(KLTriggerTest, EveryGlobalLimitThatIsReachedIsRecorded) {
   EXPECT_THAT(shown, ElementsAre("1", "2"));
 }
 
+TEST_F(KLTriggerTest, GlobalLimitCountsThePopupsOfThePresentUserAlsoThoseBeforeARestart) {
+  const auto config = answer({plan(1, "Pay", R"({"global_msg_limit_enabled": true})")},
+                             R"({"msg_limit_global": {"is_in_use": true, "limits": [{"unit": "DAY", "value": 1, "limit": 1}]}})");
+  user.setUserId("one");
+  install(config);
+  trackAndRun(event("Pay"));
+  user.setUserId("two");
+  trackAndRun(event("Pay"));
+  EXPECT_EQ(shown.size(), 2u);
+  user.setUserId("one");
+  trackAndRun(event("Pay"));
+  restart();
+  install(config);
+  trackAndRun(event("Pay"));
+  EXPECT_EQ(shown.size(), 2u);
+}
+
 TEST_F(KLTriggerTest, ConvertWindowHoldsThePlanUntilTheServerReportsAConversion) {
   install(answer({plan(1, "Pay", R"({"convert_window": {"unit": "DAY", "value": 3}})")}));
   trackAndRun(event("Pay"));
@@ -222,6 +239,17 @@ TEST_F(KLTriggerTest, ConvertWindowHoldsThePlanUntilTheServerReportsAConversion)
   EXPECT_EQ(session.size(), 2u);  // nothing is left to ask for
   trackAndRun(event("Pay"));
   EXPECT_THAT(shown, ElementsAre("1", "1"));
+}
+
+TEST_F(KLTriggerTest, ConvertWindowThatEndedIsAskedForNoMore) {
+  install(answer({plan(1, "Pay", R"({"convert_window": {"unit": "SECOND", "value": 60}})")}));
+  trackAndRun(event("Pay"));
+  session.fail(0, {});
+  threads.advance(61);
+  trackAndRun(event("Pay"));
+  ASSERT_EQ(campaigns.size(), 2u);
+  EXPECT_EQ(session[session.size() - 1].request.url,
+            "http://server/klo/popup_displays?popup_display_uuids=" + *campaigns[1]->uuid + "&project=default");
 }
 
 TEST_F(KLTriggerTest, PollingDelaysGrowAndStopInTheBackground) {

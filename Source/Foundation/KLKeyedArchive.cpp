@@ -19,12 +19,15 @@ constexpr std::size_t kLongestHead = 9;
 class Writer {
  public:
   void write(const KLValue& value, std::size_t depth = 0);
-  KLBytes take() { return std::move(bytes_); }
+  // Empty when what was written would not be read again.
+  KLBytes take() { return isTooLarge() ? KLBytes() : std::move(bytes_); }
 
  private:
-  // Appends what `encode` (of libcbor) makes of `arguments`.
+  bool isTooLarge() const { return items_ > KLKeyedArchive::kMaxItems || bytes_.size() > KLKeyedArchive::kMaxBytes; }
+  // Appends the head of an item, which `encode` (of libcbor) makes of `arguments`.
   template <class Encode, class... Arguments>
   void append(Encode encode, Arguments... arguments) {
+    ++items_;
     std::array<unsigned char, kLongestHead> head;
     const std::size_t length = encode(arguments..., head.data(), head.size());
     bytes_.insert(bytes_.end(), head.begin(), head.begin() + length);
@@ -35,9 +38,11 @@ class Writer {
   void writeObject(const KLObject& object, std::size_t depth);
 
   KLBytes bytes_;
+  std::size_t items_ = 0;
 };
 
 void Writer::write(const KLValue& value, std::size_t depth) {
+  if (isTooLarge()) return;
   switch (value.type()) {
     case KLValue::Type::Null:
       return append(cbor_encode_null);

@@ -16,11 +16,12 @@ namespace kaleo {
 namespace KLKeyedArchive {
 
 inline constexpr int kVersion = 1;
-/// Bounds for what is read: no archive that we write comes near.
+/// Bounds for what is read and written: no honest archive comes near.
 inline constexpr std::size_t kMaxDepth = KLJSON::kMaxDepth + 16;  ///< any JSON, and what a model and the container put around it
 inline constexpr std::size_t kMaxBytes = 64u << 20;
 inline constexpr std::size_t kMaxItems = 4u << 20;
 
+/// Empty, and so no archive, for a root that goes beyond the bounds of items or bytes. What lies too deep is left out.
 KLBytes archive(std::string_view className, const KLValue& root);
 
 /// The root of an archive of `className`; nothing when the bytes are no such archive, are damaged, or go beyond the bounds.

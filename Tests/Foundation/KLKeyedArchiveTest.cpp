@@ -119,6 +119,10 @@ TEST(KLKeyedArchive, WritesNothingThatItWouldNotRead) {
   for (std::size_t i = 0; i < 2 * KLKeyedArchive::kMaxDepth; ++i) deep = KLValue::Array{deep};
   EXPECT_TRUE(KLKeyedArchive::unarchive(KLKeyedArchive::archive("C", deep), "C"));
   EXPECT_EQ(KLKeyedArchive::unarchive(KLKeyedArchive::archive("C", "a\xFF"), "C"), KLValue("a\uFFFD"));
+  constexpr std::size_t kAround = 7;  // the container's map with its keys, version and class, and the array itself
+  EXPECT_FALSE(KLKeyedArchive::archive("C", KLValue::Array(KLKeyedArchive::kMaxItems - kAround, 1)).empty());
+  EXPECT_TRUE(KLKeyedArchive::archive("C", KLValue::Array(KLKeyedArchive::kMaxItems - kAround + 1, 1)).empty());
+  EXPECT_TRUE(KLKeyedArchive::archive("C", KLBytes(KLKeyedArchive::kMaxBytes)).empty());
 }
 
 TEST(KLKeyedArchive, DamageIsNoticedOrHarmless) {

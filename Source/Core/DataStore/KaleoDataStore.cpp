@@ -6,6 +6,7 @@
 #include "Core/DataStore/KLAESCrypt.h"
 #include "Core/DataStore/KLWriteQueue.h"
 #include "Core/DataStore/KaleoDatabase.h"
+#include "Foundation/KLKeyedArchive.h"
 
 namespace kaleo {
 
@@ -16,6 +17,14 @@ constexpr const char* kQueueLabel = "org.kaleo.KLDataStoreQueue";
 int columnNumber(KLDatabaseProperName name) { return static_cast<int>(name); }
 
 std::size_t sizeOf(const std::optional<KLBytes>& data) { return data ? data->size() : 0; }
+
+std::optional<KLBytes> archived(const KLPopupConfig& config, const KLLog& log) {
+  KLBytes archive = config.archivedData();
+  if (!archive.empty()) return archive;
+  log.error("The popup config of {} plans is not stored: its archive would have more than {} items or {} bytes",
+            config.popupPlanModels.size(), KLKeyedArchive::kMaxItems, KLKeyedArchive::kMaxBytes);
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -28,6 +37,7 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
         queue_(surroundings_.threading.makeSerialQueue(kQueueLabel)) {}
 
   bool enableEncrypt() const { return enableEncrypt_; }
+  const KLLog& log() const { return surroundings_.log; }
 
   void openLater() { runLater(&State::database); }
 
@@ -197,10 +207,10 @@ void KaleoDataStore::saveUserId(const std::string& userId, const std::string& di
 
 void KaleoDataStore::savePopupConfig(const std::shared_ptr<const KLPopupConfig>& config, const std::optional<std::string>& userId) {
   if (!config || !userId) return;
-  auto data = std::make_shared<const KLBytes>(config->archivedData());
+  auto archive = std::make_shared<const std::optional<KLBytes>>(archived(*config, state_->log()));
   KLDatabaseCell cell{KLDatabaseTable::PopupConfig, columnNumber(KLDatabaseProperName::PopupConfig), *userId, {}};
-  const std::size_t size = data->size();
-  state_->writeCell(std::move(cell), size, [state = state_.get(), data = std::move(data), userId = *userId] {
+  const std::size_t size = sizeOf(*archive);
+  state_->writeCell(std::move(cell), size, [state = state_.get(), data = std::move(archive), userId = *userId] {
     const auto u = state->encryptString(userId);
     return !u || state->database().savePopupConfig(state->encryptData(*data), *u);
   });

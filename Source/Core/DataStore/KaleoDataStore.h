@@ -64,7 +64,8 @@ class KaleoDataStore {
   std::map<std::string, PlanWindows> planWindowsWithUserId(const std::string& userId);
 
   void saveUserId(const std::string& userId, const std::string& distinctId);
-  /// Nothing happens when either is missing.
+  /// Nothing happens when either is missing. A configuration that is too large to be archived empties the cell, so that the one
+  /// before it does not come back.
   void savePopupConfig(const std::shared_ptr<const KLPopupConfig>& config, const std::optional<std::string>& userId);
   /// No data empties the cell.
   void saveGlobalWindowData(std::optional<KLBytes> data, const std::string& userId, KLDatabaseProperName name);

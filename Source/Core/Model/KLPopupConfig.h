@@ -58,7 +58,7 @@ class KLPopupConfig {
   /// A copy of everything without the plans.
   std::shared_ptr<KLPopupConfig> withoutPlans() const;
 
-  /// Keyed archive of class "KLPopupConfig".
+  /// Keyed archive of class "KLPopupConfig"; empty when the configuration is too large for one.
   KLBytes archivedData() const;
   /// Null when `data` is no such archive.
   static std::shared_ptr<KLPopupConfig> fromArchivedData(const KLBytes& data);

@@ -8,6 +8,7 @@
 #include "Core/DataStore/DatabaseFixture.h"
 #include "Core/DataStore/KLAESCrypt.h"
 #include "Foundation/KLFile.h"
+#include "Foundation/KLKeyedArchive.h"
 #include "Foundation/KLThreads.h"
 #include "Support/FaultVFS.h"
 #include "Support/ManualThreading.h"
@@ -95,6 +96,20 @@ TEST_P(KaleoDataStoreAnswersTest, ReadsGiveBackWhatWasWritten) {
   EXPECT_EQ(store->userIdWithDistinctId("d3"), "u3");
   store->deleteAllPlans();
   EXPECT_EQ(store->userIdWithDistinctId("d3"), std::nullopt);
+}
+
+TEST_P(KaleoDataStoreAnswersTest, ConfigTooLargeForAnArchiveIsNotStoredAndTheOneBeforeItIsGone) {
+  if (GetParam()) usePlugin();
+  KLThreadThreading threading;
+  const auto store = makeStore(threading);
+  store->savePopupConfig(makeConfig(600), "u1");
+  store->saveGlobalWindowData(bytes("limit"), "u1", Name::GlobalLimit);
+  const KLValue plan = KLObject{{"strategy_id", KLValue::Array(KLKeyedArchive::kMaxItems, 1)}};
+  const KLValue data = KLObject{{"popup_plans", KLValue::Array{plan}}};
+  store->savePopupConfig(KLPopupConfig::fromResponseData(&data, log), "u1");
+  EXPECT_TRUE(host.log->waitFor("The popup config of 1 plans is not stored"));
+  EXPECT_EQ(store->popupConfigWithUserId("u1"), nullptr);
+  EXPECT_EQ(store->globalWindowWithUserId("u1", Name::GlobalLimit), bytes("limit"));
 }
 
 INSTANTIATE_TEST_SUITE_P(PlainAndEncrypted, KaleoDataStoreAnswersTest, ::testing::Bool());

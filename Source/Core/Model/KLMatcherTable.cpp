@@ -23,11 +23,11 @@ std::string identityOf(const KLPlanCondition& condition) {
 
 class KLMatcherTable::Builder {
  public:
-  Builder(KLMatcherTable& table, std::string_view eventName) : table_(table), eventName_(eventName) {}
+  explicit Builder(KLMatcherTable& table) : table_(table) {}
 
   void addMatcher(const KLPlanPopupMatcher& matcher) {
     const auto first = static_cast<Index>(table_.matcherConditions_.size());
-    const bool listens = matcher.eventName == eventName_;
+    const bool listens = matcher.eventName == table_.eventName_;
     if (listens && matcher.filter) {
       for (const KLPlanCondition& condition : matcher.filter->conditions)
         table_.matcherConditions_.push_back(placeOfCondition(condition));
@@ -53,13 +53,12 @@ class KLMatcherTable::Builder {
   }
 
   KLMatcherTable& table_;
-  const std::string_view eventName_;
   std::unordered_map<std::string, Index> conditionPlaces_;
   std::unordered_map<std::string_view, Index> propertyPlaces_;
 };
 
-KLMatcherTable::KLMatcherTable(std::string_view eventName, const Patterns& patterns) : firstMatchers_{0} {
-  Builder builder(*this, eventName);
+KLMatcherTable::KLMatcherTable(std::string_view eventName, const Patterns& patterns) : eventName_(eventName), firstMatchers_{0} {
+  Builder builder(*this);
   for (const KLPlanPopupPattern* pattern : patterns) {
     for (const KLPlanPopupMatcher& matcher : pattern->matcherList) builder.addMatcher(matcher);
     firstMatchers_.push_back(static_cast<Index>(matchers_.size()));

@@ -26,6 +26,8 @@ class KLMatcherTable {
   /// `patterns`: those of the plans that listen to events of that name, in serving order.
   KLMatcherTable(std::string_view eventName, const Patterns& patterns);
 
+  const std::string& eventName() const { return eventName_; }
+
   /// Turns to another event, of the table's name.
   void begin(const KLValue& event);
   /// Whether the present event is matched by matcher `matcher` of plan `plan`, both by their place. Allocates nothing.
@@ -61,6 +63,7 @@ class KLMatcherTable {
   bool holds(Index condition, const KLCalendar& calendar);
   bool ask(const Condition& condition, const KLCalendar& calendar);
 
+  std::string eventName_;
   std::vector<Index> firstMatchers_;  ///< by plan, the place of its first matcher; one more for the end
   std::vector<Matcher> matchers_;
   std::vector<Index> matcherConditions_;  ///< places in conditions_

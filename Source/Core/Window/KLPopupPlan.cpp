@@ -65,31 +65,31 @@ void KLPopupPlan::restoreWindows(const KaleoDataStore::PlanWindows& stored) {
 }
 
 bool KLPopupPlan::patternMatchWithEvent(const KLValue& event) {
-  return matchPattern(event, [&](std::size_t matcher) {
+  return matchPattern(event, KLEventName(event).text(), [&](std::size_t matcher) {
     return planModel_->patternPopup.matcherList[matcher].isMatchedEvent(event, surroundings_.time.calendar);
   });
 }
 
 bool KLPopupPlan::patternMatchWithEvent(const KLValue& event, KLMatcherTable& table, std::size_t plan) {
-  return matchPattern(event, [&](std::size_t matcher) { return table.isMatched(plan, matcher, surroundings_.time.calendar); });
+  const KLCalendar& calendar = surroundings_.time.calendar;
+  return matchPattern(event, table.eventName(), [&](std::size_t matcher) { return table.isMatched(plan, matcher, calendar); });
 }
 
 template <class IsMatched>
-bool KLPopupPlan::matchPattern(const KLValue& event, IsMatched&& isMatched) {
+bool KLPopupPlan::matchPattern(const KLValue& event, std::string_view name, IsMatched&& isMatched) {
   const KLLog& log = surroundings_.log;
-  const KLEventName name(event);
-  log.info("Pattern match check for event: {}", name.text());
+  log.info("Pattern match check for event: {}", name);
   const KLPlanPopupPattern& pattern = planModel_->patternPopup;
   if (pattern.isUnsupported()) {
     log.info("Pattern relation is 'AND', does not support now, return not match by default");
     return false;
   }
   if (!planModel_->permissionFilter.matchWithEvent(event, surroundings_.time.calendar)) {
-    log.info("Event permissions match check for event: {} {}", name.text(), "not satisfy");
+    log.info("Event permissions match check for event: {} {}", name, "not satisfy");
     return false;
   }
   const bool matched = countEventInMatchers(event, isMatched);
-  log.info("Pattern match check for event: {} {}", name.text(), matched ? "satisfy" : "not satisfy");
+  log.info("Pattern match check for event: {} {}", name, matched ? "satisfy" : "not satisfy");
   return matched;
 }
 

@@ -94,9 +94,9 @@ class KLPopupPlan {
 
   void logLoad() const;
   void restoreWindows(const KaleoDataStore::PlanWindows& stored);
-  /// `isMatched`: whether the matcher at that index matches the event.
+  /// `name`: the event's. `isMatched`: whether the matcher at that index matches the event.
   template <class IsMatched>
-  bool matchPattern(const KLValue& event, IsMatched&& isMatched);
+  bool matchPattern(const KLValue& event, std::string_view name, IsMatched&& isMatched);
   template <class IsMatched>
   bool countEventInMatchers(const KLValue& event, IsMatched&& isMatched);
   /// Whether the event counted often enough for `matcher`.

@@ -44,6 +44,9 @@ struct KLApplicationInfo {
   std::string systemVersion = "12";
 };
 
+/// Prints one line, given without its line feed. Threads: any of the library's; must not throw.
+using KLConsole = std::function<void(const std::string& line)>;
+
 /// Everything that the library takes from outside: one object that holds the ports. A host sets what it wants to replace and
 /// leaves the rest as `standard` made it.
 struct KALEO_API KLPlatform {
@@ -61,6 +64,9 @@ struct KALEO_API KLPlatform {
   KLPresentation presentation;
   KLDirectories directories;
   KLApplicationInfo application;
+  /// The plain console, for the line that is not the host logger's: how long a plan's display times took to check. Empty: the line
+  /// is left out. `standard` prints to standard error.
+  KLConsole console;
   /// IANA name; empty: the machine's.
   std::string timeZone;
 

@@ -51,7 +51,8 @@ KLManagerSurroundings KLLibrary::managerSurroundings() {
           *platform_.reachability,
           platform_.directories,
           [this] { return makePresentation(); },
-          {}};
+          {},
+          platform_.console};
 }
 
 KLPresentationHooks KLLibrary::makePresentation() {

@@ -1,3 +1,5 @@
+#include <cstdio>
+
 #include "Foundation/KLSystem.h"
 #include "Foundation/KLThreads.h"
 #include "Platform/Headless/KLHeadlessPresentation.h"
@@ -29,6 +31,7 @@ KLPlatform KLPlatform::standard(const std::string& applicationName) {
   platform.presentation = KLHeadlessPresentation(platform.mainQueue);
   platform.directories = KLXDGDirectories(applicationName);
   platform.application.name = applicationName;
+  platform.console = [](const std::string& line) { std::fprintf(stderr, "%s\n", line.c_str()); };
   return platform;
 }
 

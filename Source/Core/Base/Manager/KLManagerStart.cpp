@@ -67,7 +67,8 @@ void KLManager::setUpStore() {
                             [weak = weak_from_this()] {
                               const auto self = weak.lock();
                               return self ? self->presentation().showCampaign : KLShowCampaign();
-                            }});
+                            },
+                            around_.console});
   trigger_ = ownedTrigger_.get();
   if (stopped_) ownedTrigger_->stop();
   installer_ = std::make_unique<KLConfigurationInstaller>(around_, *store_, *ownedTrigger_);

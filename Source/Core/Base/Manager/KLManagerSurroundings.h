@@ -48,6 +48,8 @@ struct KLManagerSurroundings {
   std::function<KLPresentationHooks()> makePresentation;
   /// Makes the recorder of decisions; empty when the component is absent. Called once, during start, on the trigger queue.
   std::function<std::shared_ptr<KLDiagnosis>()> makeDiagnosis;
+  /// The platform's plain console; may be empty.
+  KLConsole console = {};
 };
 
 }  // namespace kaleo

@@ -18,9 +18,13 @@ void KLPlanChecks::refuse(const KLPopupPlan& plan, KLDiagnosisState state, const
 
 bool KLPlanChecks::checkRepeatDisplayForPlan(KLPopupPlan& plan) const {
   if (!plan.planModel().repeatDisplay) return true;
-  if (plan.isInDisplayCycle()) return true;
-  around_.log.info("Repeat display check for plan: {} does not satisfy, reason: not in display time", plan.planModel().planID);
-  return false;
+  const double began = now();
+  if (!plan.isInDisplayCycle()) {
+    around_.log.info("Repeat display check for plan: {} does not satisfy, reason: not in display time", plan.planModel().planID);
+    return false;
+  }
+  if (around_.console) around_.console(fmt::format("time duration: {:f}", now() - began));
+  return true;
 }
 
 bool KLPlanChecks::checkConvertWindowForPlan(KLPopupPlan& plan) const {

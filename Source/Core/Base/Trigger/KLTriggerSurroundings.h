@@ -14,6 +14,7 @@
 #include "kaleo/KLCampaign.h"
 #include "kaleo/KLConfigOptions.h"
 #include "kaleo/KLNotificationCenter.h"
+#include "kaleo/KLPlatform.h"
 #include "kaleo/KLQueue.h"
 
 namespace kaleo {
@@ -39,6 +40,8 @@ struct KLTriggerSurroundings {
   std::function<std::string()> apiBaseURL;
   /// How popups are presented; an empty function when nothing is installed.
   std::function<KLShowCampaign()> showCampaign;
+  /// The platform's plain console (see KLPlatform); may be empty.
+  KLConsole console = {};
 };
 
 }  // namespace kaleo

@@ -27,7 +27,8 @@ class KLTriggerTest : public testing::CoreFixture {
     trigger.reset();
     trigger = std::make_unique<KLTrigger>(
         KLTriggerSurroundings{threads, queue, notifications, bridge, hostStore, log, store, diagnosis, time, user, random, network,
-                              [] { return "http://server"; }, [this] { return showsPopups ? show() : KLShowCampaign(); }});
+                              [] { return "http://server"; }, [this] { return showsPopups ? show() : KLShowCampaign(); },
+                              [this](const std::string& line) { console.push_back(line); }});
   }
 
   KLShowCampaign show() {
@@ -59,6 +60,7 @@ class KLTriggerTest : public testing::CoreFixture {
   std::unique_ptr<KLTrigger> trigger;
   std::vector<std::string> shown;
   std::vector<std::shared_ptr<KLCampaign>> campaigns;
+  std::vector<std::string> console;
   bool showsPopups = true;
   double onScreen = 0;
   const char* outcome = kCampaignDidEndNotification;
@@ -170,6 +172,19 @@ TEST_F(KLTriggerTest, WithoutPresentationNothingHappensToTheWindows) {
   trackAndRun(event("Pay"));
   EXPECT_THAT(recorder->story(), ::testing::IsEmpty());
   EXPECT_EQ(hostStore.stringForKey(kKLLastCampaignIDKey), std::nullopt);
+}
+
+TEST_F(KLTriggerTest, DisplayTimesRefuseWithoutARecordAndTellTheConsoleHowLongTheyTook) {
+  const std::string always = R"({"display_time_config": {"natural_repeat_cycle": {"repeat_cycle": "DAY",
+      "time_ranges": [{"start_time": "00:00", "end_time": "00:00"}]}}})";
+  install(answer({plan(1, "Pay", R"({"display_time_config": {}})"), plan(2, "Look", always), plan(3, "Buy")}));
+  trackAndRun(event("Pay"));
+  trackAndRun(event("Buy"));
+  EXPECT_THAT(recorder->story(), ElementsAre("3: campaign finished"));
+  EXPECT_TRUE(host.log->contains("Repeat display check for plan: 1 does not satisfy, reason: not in display time"));
+  EXPECT_THAT(console, ::testing::IsEmpty());
+  trackAndRun(event("Look"));
+  EXPECT_THAT(console, ElementsAre("time duration: 0.000000"));
 }
 
 TEST_F(KLTriggerTest, ReEntryLimitRefusesAtItsCount) {

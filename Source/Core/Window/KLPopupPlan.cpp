@@ -136,8 +136,10 @@ void KLPopupPlan::recordPropertiesCheck(std::size_t index, const KLValue& event)
   KLObject content{{kQuillonDiagnosticInfoKeyMessage, "not meet properties check"},
                    {kQuillonDiagnosticInfoKeyWindowStart, KLMilliseconds(exists ? window->second.startTime : 0)},
                    {kQuillonDiagnosticInfoKeyWindowEnd, KLMilliseconds(exists ? window->second.endTime : 0)}};
-  content.setIfPresent("track_id", event.find("track_id"));
-  content.setIfPresent("_track_id", event.find("_track_id"));
+  for (const char* const key : {"track_id", "_track_id"}) {
+    const KLValue* const id = event.find(key);
+    if (id && !id->isNull()) content.set(key, *id);
+  }
   record(std::move(content));
 }
 

@@ -36,11 +36,14 @@ struct KLCoercion<double> {
   static std::optional<KLValue> encode(double member) { return KLValue(member); }
 };
 
-/// Text: absent stays nothing.
+/// Text: absent stays nothing; one that is too long gives "".
 template <>
 struct KLCoercion<std::optional<std::string>> {
   using Text = std::optional<std::string>;
-  static void parse(const KLValue* json, Text& member, KLParseContext&) { member = quillon_stringValue(json); }
+  static void parse(const KLValue* json, Text& member, KLParseContext& context) {
+    const bool isAdmitted = !json || !json->isString() || context.admitText(json->asString());
+    member = isAdmitted ? quillon_stringValue(json) : "";
+  }
   static void decode(const KLValue& archived, Text& member) {
     if (archived.isString()) member = archived.asString();
   }
@@ -99,13 +102,22 @@ struct KLObjectOrNothing : KLCoercion<std::optional<KLValue>> {
   }
 };
 
-/// An array of texts, kept as it came; an array with anything else in it, and anything else, gives an empty one.
+/// An array of texts, kept as it came; an array with anything else or a text that is too long in it, and anything else, gives an
+/// empty one.
 struct KLTexts {
   static bool isTexts(const KLValue& value) {
     return value.isArray() && std::ranges::all_of(value.asArray(), [](const KLValue& element) { return element.isString(); });
   }
-  static void parse(const KLValue* json, KLValue& member, KLParseContext&) {
-    member = json && isTexts(*json) ? *json : KLValue(KLValue::Array{});
+  static void parse(const KLValue* json, KLValue& member, KLParseContext& context) {
+    member = json && isTexts(*json) ? admitted(*json, context) : KLValue(KLValue::Array{});
+  }
+  static KLValue admitted(const KLValue& texts, KLParseContext& context) {
+    const auto& elements = texts.asArray();
+    const std::size_t count = context.admit(elements.size(), KLParseContext::kMaxListLength);
+    const auto end = elements.begin() + static_cast<std::ptrdiff_t>(count);
+    const auto isAdmitted = [&](const KLValue& text) { return context.admitText(text.asString()); };
+    if (!std::all_of(elements.begin(), end, isAdmitted)) return KLValue(KLValue::Array{});
+    return count == elements.size() ? texts : KLValue(KLValue::Array(elements.begin(), end));
   }
   static void decode(const KLValue& archived, KLValue& member) {
     member = isTexts(archived) ? archived : KLValue(KLValue::Array{});

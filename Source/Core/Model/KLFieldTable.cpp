@@ -13,6 +13,14 @@ std::size_t KLParseContext::admit(std::size_t count, std::size_t limit) {
   return admitted;
 }
 
+bool KLParseContext::admitText(const std::string& text) const {
+  const bool admitted = text.size() <= kMaxTextLength;
+  if (!admitted && log) {
+    log->error("A text of the popup config has {} bytes, more than {}, and is not read", text.size(), kMaxTextLength);
+  }
+  return admitted;
+}
+
 void KLParseContext::reportNesting() const {
   if (log) log->error("Event permission filters are nested more than {} deep, no event is admitted there", kMaxFilterNesting);
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <concepts>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -55,6 +56,7 @@ struct KLParseContext {
   static constexpr std::size_t kMaxListLength = 10'000;  ///< elements of one list of rules
   static constexpr std::size_t kMaxPlans = 100'000;      ///< plans of one configuration
   static constexpr std::size_t kMaxObjects = 4'000'000;  ///< elements of all lists of one configuration
+  static constexpr std::size_t kMaxTextLength = 65'536;  ///< bytes of one text of a rule
   static constexpr int kMaxFilterNesting = 100;          ///< levels of permission filters; fits an archive's depth
 
   const KLLog* log = nullptr;
@@ -63,6 +65,8 @@ struct KLParseContext {
 
   /// How many of `count` elements may be built; logs when it is fewer.
   std::size_t admit(std::size_t count, std::size_t limit);
+  /// Whether a text is short enough; logs when it is not.
+  bool admitText(const std::string& text) const;
   void reportNesting() const;
 };
 

@@ -121,10 +121,28 @@ TEST_F(KLPopupConfigTest, Copies) {
 
 TEST_F(KLPopupConfigTest, ListsEndAtTheirLimitWithALogLine) {
   std::string limits = "0";
-  for (std::size_t i = 0; i < KLParseContext::kMaxListLength; ++i) limits += ",0";
-  const auto read = config("{'msg_limit_global':{'limits':[" + limits + "]}}");
+  std::string texts = "'a'";
+  for (std::size_t i = 0; i < KLParseContext::kMaxListLength; ++i) {
+    limits += ",0";
+    texts += ",'a'";
+  }
+  const auto read =
+      config("{'msg_limit_global':{'limits':[" + limits + "]},'popup_plans':[{'page_filter':{'params':[" + texts + "]}}]}");
   EXPECT_EQ(read->globalLimitModel.limits.size(), KLParseContext::kMaxListLength);
-  EXPECT_EQ(host_.log->messages(1), std::vector<std::string>{"A list of the popup config has 10001 entries, only 10000 are read"});
+  EXPECT_EQ(read->popupPlanModels[0]->pageFilter.params.asArray().size(), KLParseContext::kMaxListLength);
+  const std::string line = "A list of the popup config has 10001 entries, only 10000 are read";
+  EXPECT_EQ(host_.log->messages(1), (std::vector<std::string>{line, line}));
+}
+
+TEST_F(KLPopupConfigTest, TextsEndAtTheirLimitWithALogLine) {
+  const std::string longest(KLParseContext::kMaxTextLength, 'x');
+  const auto read = config("{'user_id':'" + longest + "x','popup_plans':[{'cname':'" + longest +
+                           "','page_filter':{'params':['a','" + longest + "x']}}]}");
+  EXPECT_EQ(read->userId, "");
+  EXPECT_EQ(read->popupPlanModels[0]->cname, longest);
+  EXPECT_TRUE(read->popupPlanModels[0]->pageFilter.params.asArray().empty());
+  const std::string line = "A text of the popup config has 65537 bytes, more than 65536, and is not read";
+  EXPECT_EQ(host_.log->messages(1), (std::vector<std::string>{line, line}));
 }
 
 TEST_F(KLPopupConfigTest, NestedFiltersEndAtTheirLimitWithALogLine) {

@@ -118,7 +118,8 @@ TEST_F(SimulateTest, BadLinesAreReportedWithTheirNumbers) {
   }
   EXPECT_THAT(numbers, ElementsAre("1", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14", "20"));
   EXPECT_THAT(err.str(),
-              AllOf(HasSubstr("line 4: \"at\" is no finite number"), HasSubstr("line 9: more than one of"),
+              AllOf(HasSubstr("line 3: column 2: expected a member's name in double quotes, but the text ends here"),
+                    HasSubstr("line 4: \"at\" is no finite number"), HasSubstr("line 9: more than one of"),
                     HasSubstr("line 11: \"config\" is no object"), HasSubstr("line 14: \"convert\" has no \"plan_id\"")));
 }
 
@@ -129,6 +130,14 @@ TEST_F(SimulateTest, LinesBeyondAllBoundsAreRefusedAndTheRunGoesOn) {
   EXPECT_THAT(err.str(),
               AllOf(HasSubstr("line 1: "), HasSubstr("line 2: longer than"), HasSubstr("line 3: "), HasSubstr("line 4: ")));
   EXPECT_THAT(out.str(), IsEmpty());
+}
+
+TEST_F(SimulateTest, MarksAndLineEndsOfOtherSystemsAreNoFaults) {
+  const std::string mark = "\xEF\xBB\xBF";
+  std::string events = config(0, plan(1, "A"));
+  events.insert(events.size() - 1, "\r");
+  EXPECT_EQ(run(mark + "\r\n" + mark + events + R"({"at":1,"track":{"event":"A"}})"), kSimulated) << err.str();
+  EXPECT_THAT(out.str(), HasSubstr(R"("line":3,"op":"track","at":1.0,"event":"A","shown":"1")"));
 }
 
 TEST_F(SimulateTest, WhatCannotBeSimulatedIsSaid) {
@@ -188,11 +197,11 @@ TEST_F(SimulateTest, StoreThatIsNoneIsLeftAlone) {
 }
 
 TEST_F(SimulateTest, InterruptedRunLeavesTheStore) {
-  const volatile std::sig_atomic_t interrupted = 1;
+  const volatile std::sig_atomic_t signal = SIGINT;
   arguments.store = directory / "state";
   arguments.events = directory / "events.jsonl";
   std::ofstream(arguments.events) << config(0, plan(1, "A")) << track(1, "A");
-  EXPECT_EQ(simulate(arguments, {out, err, true, &interrupted}), kSimulationInterrupted);
+  EXPECT_EQ(simulate(arguments, {out, err, true, &signal}), kSimulationSignalled + SIGINT);
   EXPECT_FALSE(fs::exists(arguments.store));
   EXPECT_THAT(out.str(), AllOf(HasSubstr(R"("line":1,)"), Not(HasSubstr(R"("line":2,)"))));
 }

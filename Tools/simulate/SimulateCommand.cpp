@@ -10,20 +10,22 @@
 namespace kaleo::tools {
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+volatile std::sig_atomic_t received = 0;
 
-/// A signal ends the wait for input and, at the next line, the run, which then tidies up. The second one ends the process.
+/// A signal ends the wait for input and, at the next line, the run, which then tidies up. The second one ends the process; but a
+/// pipe that nobody reads any more tells so at every write.
 void endOnSignals() {
   struct sigaction action {};
-  action.sa_handler = [](int) { interrupted = 1; };
+  action.sa_handler = [](int signal) { received = signal; };
+  sigaction(SIGPIPE, &action, nullptr);
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  for (const int signal : {SIGINT, SIGTERM}) sigaction(signal, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaction(signal, &action, nullptr);
 }
 
 int run(const SimulationArguments& arguments) {
   endOnSignals();
   std::ios::sync_with_stdio(false);
-  return simulate(arguments, {std::cout, std::cerr, isatty(STDERR_FILENO) != 0, &interrupted});
+  return simulate(arguments, {std::cout, std::cerr, isatty(STDERR_FILENO) != 0, &received});
 }
 
 }  // namespace

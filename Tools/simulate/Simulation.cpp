@@ -22,6 +22,12 @@ namespace kaleo::tools {
 namespace {
 
 constexpr const char* kStandardInput = "-";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+bool isBlank(std::string_view line) {
+  if (line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+  return line.find_first_not_of(" \t\r") == std::string_view::npos;
+}
 
 /// One run over an open stream.
 class Run {
@@ -49,7 +55,7 @@ class Run {
         case LineReader::Read::Interrupted:
           break;
       }
-      if (output_.interrupted && *output_.interrupted) return interrupt();
+      if (isSignalled()) return interrupt();
       if (!output_.out) return fail("the output cannot be written");
       progress_.handled(line_);
     }
@@ -57,7 +63,7 @@ class Run {
 
  private:
   void handle(std::uint64_t number, const std::string& line) {
-    if (line.find_first_not_of(" \t\r") == std::string::npos) return;
+    if (isBlank(line)) return;
     std::string fault;
     const auto step = parseSimulationStep(line, fault);
     if (!step) return report(number, fault);
@@ -90,7 +96,9 @@ class Run {
   int finish() {
     progress_.clear();
     if (arguments_.summary) output_.out << summary_.table();
-    if (!output_.out.flush()) return fail("the output cannot be written");
+    output_.out.flush();
+    if (isSignalled()) return interrupt();
+    if (!output_.out) return fail("the output cannot be written");
     std::string error;
     if (simulator_ && !simulator_->close()) return fail("the state cannot be written");
     if (simulator_ && !store_.save(error)) return fail(error);
@@ -106,8 +114,10 @@ class Run {
   int interrupt() {
     progress_.clear();
     output_.out.flush();
-    return kSimulationInterrupted;
+    return kSimulationSignalled + *output_.signal;
   }
+
+  bool isSignalled() const { return output_.signal && *output_.signal != 0; }
 
   const SimulationArguments& arguments_;
   const SimulationOutput& output_;

@@ -21,15 +21,15 @@ struct SimulationOutput {
   std::ostream& out;
   std::ostream& err;
   bool isTerminal = false;  ///< whether `err` is one: a long run then shows its progress there
-  /// Turns true when the run is to end early.
-  const volatile std::sig_atomic_t* interrupted = nullptr;
+  /// Where the number of a signal appears that ends the run early; 0 before. Null: there is none.
+  const volatile std::sig_atomic_t* signal = nullptr;
 };
 
 /// The exit statuses.
 inline constexpr int kSimulated = 0;
 inline constexpr int kSomeLinesBad = 1;
 inline constexpr int kCannotSimulate = 2;
-inline constexpr int kSimulationInterrupted = 130;  ///< as a shell reports the interrupt signal; the store stays as it was
+inline constexpr int kSimulationSignalled = 128;  ///< plus the signal's number, as a shell says it; the store stays as it was
 
 /// Runs a recorded stream through the library in virtual time, prints what was decided, and answers the exit status.
 int simulate(const SimulationArguments& arguments, const SimulationOutput& output);

@@ -6,6 +6,7 @@
 #include <cmath>
 
 #include "Foundation/KLJSON.h"
+#include "json/JSONFault.h"
 
 namespace kaleo::tools {
 namespace {
@@ -113,7 +114,8 @@ std::optional<SimulationStep> parseSimulationStep(std::string_view text, std::st
   KLError error;
   const auto line = KLJSON::parse(text, &error);
   if (!line) {
-    fault = error.localizedDescription;
+    const auto found = findJSONFault(text);
+    fault = found ? fmt::format("column {}: {}", found->column, found->message) : error.localizedDescription;
     return std::nullopt;
   }
   SimulationStep step;

@@ -13,8 +13,12 @@ struct Command {
 
 /// `kaleo check FILE...`: what the library reads differently from what was likely meant.
 Command checkCommand(CLI::App& kaleo);
+/// `kaleo completion`: a script for the shell.
+Command completionCommand(CLI::App& kaleo);
 /// `kaleo inspect FILE`: what a user's database holds.
 Command inspectCommand(CLI::App& kaleo);
+/// `kaleo manual`: the manual page.
+Command manualCommand(CLI::App& kaleo);
 /// `kaleo preview LAYOUT`: a popup's layout in a window, as a picture, or as frames.
 Command previewCommand(CLI::App& kaleo);
 /// `kaleo serve DIR`: a popup server over plain files.

@@ -6,7 +6,9 @@ int main(int argc, char** argv) {
   kaleo.set_version_flag("--version", KALEO_VERSION);
   const kaleo::tools::Command commands[] = {
       kaleo::tools::checkCommand(kaleo),
+      kaleo::tools::completionCommand(kaleo),
       kaleo::tools::inspectCommand(kaleo),
+      kaleo::tools::manualCommand(kaleo),
       kaleo::tools::previewCommand(kaleo),
       kaleo::tools::serveCommand(kaleo),
       kaleo::tools::simulateCommand(kaleo),

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+#include <vector>
+
+namespace kaleo::tools {
+
+/// An option, flag or file of a command, as the help shows it.
+struct CommandOption {
+  std::vector<std::string> names;  ///< with their dashes, the longest last; of a positional its name
+  std::string value;               ///< such as FILE; empty for a flag
+  std::string description;         ///< one line
+  bool isPositional = false;
+  std::vector<std::string> choices;  ///< the only values; empty when any will do
+};
+
+/// A command with its options, taken from the parser, so that help, completion and manual say the same.
+struct CommandNode {
+  std::string name;
+  std::string description;
+  std::string footer;
+  std::vector<CommandOption> options;
+  std::vector<CommandNode> subcommands;
+};
+
+CommandNode commandTree(const CLI::App& app);
+
+}  // namespace kaleo::tools

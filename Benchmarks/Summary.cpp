@@ -7,6 +7,7 @@ namespace {
 
 constexpr double kMatchingTimes = 3.5;
 constexpr double kConfigurationTimes = 4;
+constexpr double kSaveTimes = 2;
 constexpr double kUnneededNanoseconds = 100;
 constexpr int kPlans[] = {10, 100, 1'000, 10'000};
 
@@ -84,6 +85,18 @@ void Summary::print() const {
   compare("The same and the end of the one before", "configuration/replaced", "configuration/simdjson");
   compare("Bytes to values only", "configuration/value", "configuration/simdjson");
   printMemory();
+  printStore();
+}
+
+void Summary::printStore() const {
+  for (const char* const kind : {"plain", "encrypted"}) {
+    const auto of = [kind](const char* what, const char* count) { return fmt::format("store/{}/{}/{}", what, kind, count); };
+    compare(fmt::format("One window saved, {}", kind), of("save", "1"), "raw/update/1");
+    judge(fmt::format("100 windows saved, {}", kind), of("save", "100"), "raw/update/100", kSaveTimes, 0);
+    compare(fmt::format("Windows of 1,000 plans loaded, {}", kind), of("load", "1000"), "raw/select/1000");
+    compare(fmt::format("Windows of 10,000 plans loaded, {}", kind), of("load", "10000"), "raw/select/10000");
+    compare(fmt::format("A start with 1,000 stored plans, {}", kind), fmt::format("store/start/{}", kind), "raw/select/1000");
+  }
 }
 
 }  // namespace kaleo::bench

@@ -26,6 +26,7 @@ class Summary : public benchmark::ConsoleReporter {
   void compare(const std::string& what, const std::string& name, const std::string& floor) const;
   void judge(const std::string& what, const std::string& name, const std::string& floor, double times, double nanoseconds) const;
   void printMemory() const;
+  void printStore() const;
 
   std::map<std::string, Measured> medians_;  ///< by benchmark name without its repetitions
 };

@@ -17,33 +17,27 @@ constexpr auto kDigits = [] {
   return digits;
 }();
 
-/// The digits of `text`; `pads` counts the padding. Nothing when a digit comes after padding.
-std::optional<KLBytes> digitsOf(std::string_view text, std::size_t& pads) {
-  KLBytes digits;
-  digits.reserve(text.size());
-  for (const char c : text) {
-    const std::uint8_t digit = kDigits[static_cast<std::uint8_t>(c)];
-    if (c == kPad) {
-      ++pads;
-    } else if (digit != kNoDigit) {
-      if (pads > 0) return std::nullopt;
-      digits.push_back(digit);
-    }
-  }
-  return digits;
+std::uint8_t digitOf(char c) { return kDigits[static_cast<std::uint8_t>(c)]; }
+
+/// The lowest `count` of the three bytes in `group`, from the highest on.
+std::uint8_t* putBytes(std::uint8_t* to, std::uint32_t group, int count) {
+  for (int i = 0; i < count; ++i) *to++ = static_cast<std::uint8_t>(group >> (16 - 8 * i));
+  return to;
 }
 
 }  // namespace
 
 std::string KLBase64Encode(const KLBytes& bytes) {
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (std::size_t at = 0; at < bytes.size(); at += 3) {
-    const std::size_t count = std::min<std::size_t>(3, bytes.size() - at);
-    std::uint32_t group = 0;
-    for (std::size_t i = 0; i < 3; ++i) group = group << 8 | (i < count ? bytes[at + i] : 0u);
-    for (std::size_t i = 0; i < 4; ++i) text += i <= count ? kAlphabet[group >> (18 - 6 * i) & 0x3F] : kPad;
-  }
+  std::string text((bytes.size() + 2) / 3 * 4, kPad);
+  char* to = text.data();
+  const auto put = [&to](std::uint32_t group, int digits) {
+    for (int i = 0; i < digits; ++i) *to++ = kAlphabet[group >> (18 - 6 * i) & 0x3F];
+  };
+  std::size_t at = 0;
+  for (; at + 3 <= bytes.size(); at += 3)
+    put(std::uint32_t{bytes[at]} << 16 | std::uint32_t{bytes[at + 1]} << 8 | bytes[at + 2], 4);
+  if (bytes.size() - at == 1) put(std::uint32_t{bytes[at]} << 16, 2);
+  if (bytes.size() - at == 2) put(std::uint32_t{bytes[at]} << 16 | std::uint32_t{bytes[at + 1]} << 8, 3);
   return text;
 }
 
@@ -60,20 +54,34 @@ std::string KLBase64EncodeLines(const KLBytes& bytes, std::size_t lineLength) {
 }
 
 std::optional<KLBytes> KLBase64Decode(std::string_view text) {
+  KLBytes bytes(text.size() / 4 * 3 + 3);
+  std::uint8_t* to = bytes.data();
+  std::uint32_t group = 0;
+  std::size_t digits = 0;
   std::size_t pads = 0;
-  const auto digits = digitsOf(text, pads);
-  if (!digits || pads > 2 || (digits->size() + pads) % 4 != 0) return std::nullopt;
-  KLBytes bytes;
-  bytes.reserve(digits->size() / 4 * 3 + 2);
-  std::uint32_t bits = 0;
-  int held = 0;
-  for (const std::uint8_t digit : *digits) {
-    bits = bits << 6 | digit;
-    held += 6;
-    if (held < 8) continue;
-    held -= 8;
-    bytes.push_back(static_cast<std::uint8_t>(bits >> held & 0xFF));
+  for (std::size_t at = 0; at < text.size();) {
+    if (digits % 4 == 0 && pads == 0 && text.size() - at >= 4) {  // nearly always: four digits on end
+      const std::uint8_t four[] = {digitOf(text[at]), digitOf(text[at + 1]), digitOf(text[at + 2]), digitOf(text[at + 3])};
+      if ((four[0] | four[1] | four[2] | four[3]) != kNoDigit) {
+        to = putBytes(to, std::uint32_t{four[0]} << 18 | std::uint32_t{four[1]} << 12 | std::uint32_t{four[2]} << 6 | four[3], 3);
+        digits += 4;
+        at += 4;
+        continue;
+      }
+    }
+    const char c = text[at++];
+    if (digitOf(c) == kNoDigit) {
+      pads += c == kPad;
+      continue;
+    }
+    if (pads > 0) return std::nullopt;
+    group = group << 6 | digitOf(c);
+    if (++digits % 4 == 0) to = putBytes(to, group, 3);
   }
+  if (pads > 2 || (digits + pads) % 4 != 0) return std::nullopt;
+  if (digits % 4 == 2) to = putBytes(to, group << 12, 1);
+  if (digits % 4 == 3) to = putBytes(to, group << 6, 2);
+  bytes.resize(static_cast<std::size_t>(to - bytes.data()));
   return bytes;
 }
 

@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -26,18 +27,18 @@ Context makeContext(const KLBytes& key, Direction direction) {
   return ready ? std::move(context) : nullptr;
 }
 
-/// Runs the whole input through `context`, whose key schedule is kept, under `iv`.
-std::optional<KLBytes> transform(EVP_CIPHER_CTX* context, const std::uint8_t* input, std::size_t length, const std::uint8_t* iv) {
+/// Runs the whole input through `context`, whose key schedule is kept, under `iv`, and answers the length of what comes out.
+/// `output` may be `input`, or has room for another block.
+std::optional<std::size_t> transform(EVP_CIPHER_CTX* context, const std::uint8_t* input, std::size_t length, const std::uint8_t* iv,
+                                     std::uint8_t* output) {
   constexpr int kKeepDirection = -1;
   if (length > kMaxInput) return std::nullopt;
   if (EVP_CipherInit_ex(context, nullptr, nullptr, nullptr, iv, kKeepDirection) != 1) return std::nullopt;
-  KLBytes output(length + kBlockBytes);
   int written = 0;
   int last = 0;
-  if (EVP_CipherUpdate(context, output.data(), &written, input, static_cast<int>(length)) != 1) return std::nullopt;
-  if (EVP_CipherFinal_ex(context, output.data() + written, &last) != 1) return std::nullopt;
-  output.resize(static_cast<std::size_t>(written + last));
-  return output;
+  if (EVP_CipherUpdate(context, output, &written, input, static_cast<int>(length)) != 1) return std::nullopt;
+  if (EVP_CipherFinal_ex(context, output + written, &last) != 1) return std::nullopt;
+  return static_cast<std::size_t>(written + last);
 }
 
 }  // namespace
@@ -61,18 +62,25 @@ KLAESCBC& KLAESCBC::operator=(KLAESCBC&&) noexcept = default;
 bool KLAESCBC::isValid() const { return state_ != nullptr; }
 
 std::optional<KLBytes> KLAESCBC::encrypt(const KLBytes& plain) const {
-  if (!state_) return std::nullopt;
-  return transform(state_->encryption.get(), plain.data(), plain.size(), state_->iv.data());
+  return encryptBehind(KLBytes(), plain.data(), plain.size());
 }
 
-std::optional<KLBytes> KLAESCBC::decrypt(const KLBytes& cipher) const {
+std::optional<KLBytes> KLAESCBC::encryptBehind(const KLBytes& prefix, const std::uint8_t* plain, std::size_t length) const {
   if (!state_) return std::nullopt;
-  return decrypt(cipher.data(), cipher.size(), state_->iv.data());
+  KLBytes whole(prefix.size() + length + kBlockBytes);
+  std::copy(prefix.begin(), prefix.end(), whole.begin());
+  const auto written = transform(state_->encryption.get(), plain, length, state_->iv.data(), whole.data() + prefix.size());
+  if (!written) return std::nullopt;
+  whole.resize(prefix.size() + *written);
+  return whole;
 }
 
-std::optional<KLBytes> KLAESCBC::decrypt(const std::uint8_t* cipher, std::size_t length, const std::uint8_t* iv) const {
-  if (!state_ || length == 0 || length % kBlockBytes != 0) return std::nullopt;
-  return transform(state_->decryption.get(), cipher, length, iv);
+std::optional<KLBytes> KLAESCBC::decrypt(KLBytes cipher) const {
+  if (!state_ || cipher.empty() || cipher.size() % kBlockBytes != 0) return std::nullopt;
+  const auto written = transform(state_->decryption.get(), cipher.data(), cipher.size(), state_->iv.data(), cipher.data());
+  if (!written) return std::nullopt;
+  cipher.resize(*written);
+  return cipher;
 }
 
 std::optional<KLBytes> KLPBKDF2SHA1(std::string_view password, const KLBytes& salt, int rounds, std::size_t length) {

@@ -20,10 +20,10 @@ class KLAESCBC {
   /// False when key or vector have another length than 16.
   bool isValid() const;
   std::optional<KLBytes> encrypt(const KLBytes& plain) const;
+  /// `prefix`, then what `encrypt` gives of `length` bytes at `plain`.
+  std::optional<KLBytes> encryptBehind(const KLBytes& prefix, const std::uint8_t* plain, std::size_t length) const;
   /// Nothing when the length or the padding is wrong.
-  std::optional<KLBytes> decrypt(const KLBytes& cipher) const;
-  /// As `decrypt` of `length` bytes at `cipher`, under another vector of 16 bytes at `iv`.
-  std::optional<KLBytes> decrypt(const std::uint8_t* cipher, std::size_t length, const std::uint8_t* iv) const;
+  std::optional<KLBytes> decrypt(KLBytes cipher) const;
 
  private:
   struct State;

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <cstdio>
 #include <string>
 
 #include "Foundation/KLDescriptor.h"
@@ -41,13 +42,6 @@ bool writeAll(int fd, const KLBytes& bytes) {
   return true;
 }
 
-bool makeDirectories(const fs::path& directory, mode_t mode) {
-  std::error_code failure;
-  if (directory.empty() || fs::is_directory(directory, failure)) return true;
-  if (directory.has_relative_path() && !makeDirectories(directory.parent_path(), mode)) return false;
-  return ::mkdir(directory.c_str(), mode) == 0 || errno == EEXIST;
-}
-
 /// A new file in the directory of `path`, so that the renaming stays within one file system.
 int makeTemporary(const fs::path& path, mode_t mode, fs::path& temporary) {
   static std::atomic<unsigned> counter = 0;
@@ -66,9 +60,31 @@ void synchronizeDirectory(const fs::path& directory) {
   if (opened) ::fsync(opened.get());
 }
 
+bool replace(const fs::path& temporary, const fs::path& path) { return ::rename(temporary.c_str(), path.c_str()) == 0; }
+
+bool moveWhereNothingIs(const fs::path& temporary, const fs::path& path) {
+  if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) return true;
+  return errno == EINVAL && !KLFile::exists(path) && replace(temporary, path);  // a file system that cannot do both in one
+}
+
 bool fill(KLDescriptor& file, const KLBytes& bytes) {
   const bool whole = writeAll(file.get(), bytes) && ::fsync(file.get()) == 0;
   return file.close() && whole;
+}
+
+using Move = bool (*)(const fs::path& temporary, const fs::path& path);
+
+bool writeBeside(const fs::path& path, const KLBytes& bytes, Access access, Move move) {
+  if (!makeDirectories(path.parent_path(), access)) return false;
+  fs::path temporary;
+  KLDescriptor file(makeTemporary(path, access == Access::OwnerOnly ? kOwnerOnlyFile : kDefaultFile, temporary));
+  if (!file) return false;
+  if (!fill(file, bytes) || !move(temporary, path)) {
+    ::unlink(temporary.c_str());
+    return false;
+  }
+  synchronizeDirectory(path.parent_path());
+  return true;
 }
 
 }  // namespace
@@ -93,16 +109,20 @@ std::optional<KLBytes> read(const fs::path& path, std::size_t maxBytes) {
 }
 
 bool writeAtomically(const fs::path& path, const KLBytes& bytes, Access access) {
-  const bool ownerOnly = access == Access::OwnerOnly;
-  if (!makeDirectories(path.parent_path(), ownerOnly ? kOwnerOnlyDirectory : kDefaultDirectory)) return false;
-  fs::path temporary;
-  KLDescriptor file(makeTemporary(path, ownerOnly ? kOwnerOnlyFile : kDefaultFile, temporary));
-  if (!file) return false;
-  if (!fill(file, bytes) || ::rename(temporary.c_str(), path.c_str()) != 0) {
-    ::unlink(temporary.c_str());
-    return false;
-  }
-  synchronizeDirectory(path.parent_path());
+  return writeBeside(path, bytes, access, replace);
+}
+
+bool createAtomically(const fs::path& path, const KLBytes& bytes, Access access) {
+  return writeBeside(path, bytes, access, moveWhereNothingIs);
+}
+
+bool makeDirectories(const fs::path& directory, Access access) {
+  std::error_code failure;
+  if (directory.empty() || fs::is_directory(directory, failure)) return true;
+  if (directory.has_relative_path() && !makeDirectories(directory.parent_path(), access)) return false;
+  const mode_t mode = access == Access::OwnerOnly ? kOwnerOnlyDirectory : kDefaultDirectory;
+  if (::mkdir(directory.c_str(), mode) != 0) return errno == EEXIST;
+  synchronizeDirectory(directory.parent_path());
   return true;
 }
 

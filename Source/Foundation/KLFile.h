@@ -19,6 +19,10 @@ std::optional<KLBytes> read(const std::filesystem::path& path, std::size_t maxBy
 /// Replaces the file in one step (a temporary file beside it, synchronised, then renamed): after a crash it holds the old bytes or
 /// the new ones. Makes missing directories. OwnerOnly: mode 0600, directories made 0700.
 bool writeAtomically(const std::filesystem::path& path, const KLBytes& bytes, Access access = Access::Default);
+/// As `writeAtomically`, but only where there is nothing yet: of several processes that make the same file one succeeds.
+bool createAtomically(const std::filesystem::path& path, const KLBytes& bytes, Access access = Access::Default);
+/// Makes `directory` and those above it that are missing, so that they last. OwnerOnly: mode 0700. True when it is there.
+bool makeDirectories(const std::filesystem::path& directory, Access access = Access::Default);
 bool exists(const std::filesystem::path& path);
 bool remove(const std::filesystem::path& path);
 

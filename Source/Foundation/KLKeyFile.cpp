@@ -13,6 +13,11 @@ constexpr const char* kInfoClass = "KLAESCryptInfo";
 constexpr const char* kFileClass = "KLAESCryptFile";
 constexpr std::size_t kMaxKeyFileBytes = 64u << 10;  // ours has some 200
 
+KLBytes fileBytes(const KLValue& info) {
+  const std::string base64 = KLBase64Encode(KLKeyedArchive::archive(kInfoClass, info));
+  return KLKeyedArchive::archive(kFileClass, KLBytes(base64.begin(), base64.end()));
+}
+
 }  // namespace
 
 KLBytes KLRandomKeyText(KLRandom& random, std::size_t length) {
@@ -33,9 +38,11 @@ std::optional<KLValue> KLKeyFile::load(const std::filesystem::path& path) {
 }
 
 bool KLKeyFile::save(const KLValue& info, const std::filesystem::path& path) {
-  const std::string base64 = KLBase64Encode(KLKeyedArchive::archive(kInfoClass, info));
-  const KLValue outer(KLBytes(base64.begin(), base64.end()));
-  return KLFile::writeAtomically(path, KLKeyedArchive::archive(kFileClass, outer), KLFile::Access::OwnerOnly);
+  return KLFile::writeAtomically(path, fileBytes(info), KLFile::Access::OwnerOnly);
+}
+
+bool KLKeyFile::create(const KLValue& info, const std::filesystem::path& path) {
+  return KLFile::createAtomically(path, fileBytes(info), KLFile::Access::OwnerOnly);
 }
 
 }  // namespace kaleo

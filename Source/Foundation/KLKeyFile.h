@@ -23,6 +23,8 @@ namespace KLKeyFile {
 /// The object; nothing when there is no such file or it is damaged.
 std::optional<KLValue> load(const std::filesystem::path& path);
 bool save(const KLValue& info, const std::filesystem::path& path);
+/// As `save`, but only where there is no file yet.
+bool create(const KLValue& info, const std::filesystem::path& path);
 
 }  // namespace KLKeyFile
 }  // namespace kaleo

@@ -24,36 +24,43 @@ void KLAESCrypt::setKeyFile(std::filesystem::path path) {
 }
 
 bool KLAESCrypt::readKeyFile(const std::filesystem::path& path) {
-  const bool complete = loadKeyAndIV(path);
+  key_.clear();
+  iv_.clear();
   cipher_.reset();
+  const bool complete = loadKeyAndIV(path);
   if (complete) cipher_.emplace(key_, iv_);
   return complete;
 }
 
 bool KLAESCrypt::loadKeyAndIV(const std::filesystem::path& path) {
   const auto info = KLKeyFile::load(path);
-  key_ = member(info, "key", kKeyLength);
-  iv_ = member(info, "iv", kIVLength);
-  return !key_.empty() && !iv_.empty();
+  KLBytes key = member(info, "key", kKeyLength);
+  KLBytes iv = member(info, "iv", kIVLength);
+  const bool complete = !key.empty() && !iv.empty();
+  if (!key.empty()) key_ = std::move(key);
+  if (!iv.empty()) iv_ = std::move(iv);
+  return complete;
 }
 
 void KLAESCrypt::setupKeyAndIV() {
-  const bool complete = loadKeyAndIV(keyFile_);
+  if (readKeyFile(keyFile_)) return;
   if (key_.empty()) key_ = KLRandomKeyText(random_, kKeyLength);
   if (iv_.empty()) iv_ = random_.bytes(kIVLength);
+  const KLValue info(KLObject{{"key", key_}, {"iv", iv_}});
+  // A file that is there is another process's of just now, or the incomplete one. Where none can be written this run works all the
+  // same, and the next one makes a new key.
+  if (!KLKeyFile::create(info, keyFile_) && !loadKeyAndIV(keyFile_)) KLKeyFile::save(info, keyFile_);
   cipher_.emplace(key_, iv_);
-  // Without the file this run works all the same, and the next one makes a new key.
-  if (!complete) KLKeyFile::save(KLObject{{"key", key_}, {"iv", iv_}}, keyFile_);
 }
 
 std::optional<KLBytes> KLAESCrypt::encryptData(const KLBytes& plain) const {
-  const auto base64 = encrypt(plain);
+  const auto base64 = encrypt(textOf(plain));
   return base64 ? std::optional(bytesOf(*base64)) : std::nullopt;
 }
 
 std::optional<KLBytes> KLAESCrypt::decryptData(const KLBytes& base64) const { return decrypt(textOf(base64)); }
 
-std::optional<std::string> KLAESCrypt::encryptString(const std::string& plain) const { return encrypt(bytesOf(plain)); }
+std::optional<std::string> KLAESCrypt::encryptString(const std::string& plain) const { return encrypt(plain); }
 
 std::optional<std::string> KLAESCrypt::decryptString(const std::string& base64) const {
   const auto plain = decrypt(base64);
@@ -61,21 +68,21 @@ std::optional<std::string> KLAESCrypt::decryptString(const std::string& base64) 
   return std::string(plain->begin(), plain->end());
 }
 
-std::optional<std::string> KLAESCrypt::encrypt(const KLBytes& plain) const {
+std::optional<std::string> KLAESCrypt::encrypt(std::string_view plain) const {
   if (plain.empty() || !cipher_) return std::nullopt;
-  const auto encrypted = cipher_->encrypt(plain);
-  if (!encrypted) return std::nullopt;
-  KLBytes whole = iv_;
-  whole.insert(whole.end(), encrypted->begin(), encrypted->end());
-  return KLBase64Encode(whole);
+  const auto whole = cipher_->encryptBehind(iv_, reinterpret_cast<const std::uint8_t*>(plain.data()), plain.size());
+  return whole ? std::optional(KLBase64Encode(*whole)) : std::nullopt;
 }
 
 std::optional<KLBytes> KLAESCrypt::decrypt(std::string_view base64) const {
   if (base64.empty() || !cipher_) return std::nullopt;
-  const auto whole = KLBase64Decode(base64);
-  if (!whole || whole->size() <= kIVLength) return std::nullopt;
-  auto plain = cipher_->decrypt(whole->data() + kIVLength, whole->size() - kIVLength, whole->data());
-  if (plain && plain->empty()) return std::nullopt;
+  auto whole = KLBase64Decode(base64);
+  if (!whole) return std::nullopt;
+  // In this mode each block needs only the one before it: the vector in front, decrypted with the rest, gives a block of noise, and
+  // the plain text comes right even where the value was written under another vector.
+  auto plain = cipher_->decrypt(*std::move(whole));
+  if (!plain || plain->size() <= kIVLength) return std::nullopt;
+  plain->erase(plain->begin(), plain->begin() + kIVLength);
   return plain;
 }
 

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "Foundation/KLCipher.h"
 #include "kaleo/KLClock.h"
@@ -26,7 +27,8 @@ class KLAESCrypt {
   explicit KLAESCrypt(KLRandom& random) : random_(random) {}
 
   /// Takes key and vector from the file. What is missing or has another length is made anew and the file rewritten: after a loss
-  /// of the file earlier values can no longer be read. Touches the disk.
+  /// of the file earlier values can no longer be read. Processes that make the file at the same time end with the same key. Touches
+  /// the disk.
   void setKeyFile(std::filesystem::path path);
   /// Takes both from the file as it is. False when it lacks one of them: then there is no key.
   bool readKeyFile(const std::filesystem::path& path);
@@ -40,8 +42,9 @@ class KLAESCrypt {
 
  private:
   void setupKeyAndIV();
+  /// Takes what the file holds of the two; true when that is both.
   bool loadKeyAndIV(const std::filesystem::path& path);
-  std::optional<std::string> encrypt(const KLBytes& plain) const;
+  std::optional<std::string> encrypt(std::string_view plain) const;
   std::optional<KLBytes> decrypt(std::string_view base64) const;
 
   KLRandom& random_;

@@ -7,6 +7,8 @@
 #include <array>
 #include <vector>
 
+#include "Foundation/KLFile.h"
+
 namespace kaleo {
 
 namespace fs = std::filesystem;
@@ -59,8 +61,7 @@ void KLDatabaseFile::close() {
 
 void KLDatabaseFile::restrictToOwner() const {
   std::error_code ignored;
-  const fs::path directory = path_.parent_path();
-  if (fs::create_directories(directory, ignored)) fs::permissions(directory, fs::perms::owner_all, ignored);
+  KLFile::makeDirectories(path_.parent_path(), KLFile::Access::OwnerOnly);
   // Only a file that is not there yet is opened here: closing a file drops the locks that another connection of this process holds.
   const int made = ::open(path_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, S_IRUSR | S_IWUSR);
   if (made >= 0) ::close(made);
@@ -71,7 +72,17 @@ void KLDatabaseFile::restrictToOwner() const {
   }
 }
 
+void KLDatabaseFile::letGo() {
+  close();
+  isDamaged_ = false;
+  log_.error("Database file was removed or renamed while it was open, a new one takes its place");
+}
+
 bool KLDatabaseFile::setAside() {
+  if (connection_.hasMoved()) {  // what is at the path now is not what was found damaged
+    letGo();
+    return true;
+  }
   close();
   isDamaged_ = false;
   const fs::path target = withSuffix(path_, fmt::format("{}{}", kDamagedMark, static_cast<std::int64_t>(clock_.now())));

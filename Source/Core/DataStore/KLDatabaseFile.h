@@ -20,9 +20,10 @@ struct KLStatementTexts {
 /// The database file on disk: its connection, its prepared statements, and what happens when it cannot be used.
 ///
 /// A file that is damaged or no database is moved aside ("<name>.damaged-<seconds since 1970>", with what belongs to it) and
-/// replaced by a new one; of the files moved aside the newest `kMaxDamagedFiles` are kept. The file is readable by its owner alone,
-/// and so is its directory when it is made here; a directory that is there already stays as it is.
-/// Threads: one at a time. Lifetime: borrows log and clock.
+/// replaced by a new one; of the files moved aside the newest `kMaxDamagedFiles` are kept. A file that was removed while it was
+/// open is let go, and so is one that another process has set aside. The file is readable by its owner alone, and so are
+/// directories that are made here; a directory that is there already stays as it is. Threads: one at a time. Lifetime: borrows log
+/// and clock.
 class KLDatabaseFile {
  public:
   static constexpr std::size_t kMaxDamagedFiles = 2;
@@ -39,15 +40,21 @@ class KLDatabaseFile {
 
   const std::filesystem::path& path() const { return path_; }
   KLSQLiteConnection& connection() { return connection_; }
+  const KLSQLiteConnection& connection() const { return connection_; }
   bool isOpen() const { return connection_.isOpen(); }
   /// Whether a statement found the file damaged since it was opened.
   bool isDamaged() const { return isDamaged_; }
 
+  /// Whether another file, or none, is at the path of the one that is open. Asks the file system.
+  bool hasMoved() const { return isOpen() && connection_.hasMoved(); }
+
   /// Opens the file, in place of a damaged one if need be.
   bool open();
   void close();
-  /// Closes the file and moves it out of the way.
+  /// Closes the file and moves it out of the way, unless that has been done by someone else.
   bool setAside();
+  /// Closes a file that has moved.
+  void letGo();
 
   /// The statement of `sql`, prepared at its first use; null when it cannot be prepared. Values are to be bound, never written into
   /// the text, so that there are no more texts than operations and columns.
@@ -102,11 +109,12 @@ bool KLDatabaseFile::read(const std::string& sql, const Texts& texts, const Row&
   statement->bindAll(values...);
   for (;;) {
     const auto step = statement->step();
-    if (step == KLSQLiteStatement::Step::Failed) {
+    const bool goesOn = step == KLSQLiteStatement::Step::Row && row(*statement);
+    if (step == KLSQLiteStatement::Step::Failed || connection_.isOutOfMemory()) {
       logFailure(texts.step);
       return false;
     }
-    if (step == KLSQLiteStatement::Step::Done || !row(*statement)) return true;
+    if (!goesOn) return true;
   }
 }
 

@@ -23,8 +23,9 @@ std::string withDoubledQuotes(std::string_view text) {
 }  // namespace
 
 bool KLDatabaseSchema::createTables(const std::string& project) {
-  // Deferred: a file that has everything already is only read, as it may be read-only.
-  KLSQLiteTransaction transaction(file_.connection(), KLSQLiteTransaction::Kind::Deferred);
+  if (isComplete()) return true;
+  // At once, in its turn among processes that start together: each sees what the one before it has made.
+  KLSQLiteTransaction transaction(file_.connection());
   if (!transaction.isBegun()) {
     file_.logFailure("Failed to begin transaction, error:");
     return false;
@@ -33,6 +34,16 @@ bool KLDatabaseSchema::createTables(const std::string& project) {
   if (transaction.commit()) return true;
   file_.logFailure("Failed to commit transaction, error:");
   return false;
+}
+
+bool KLDatabaseSchema::isComplete() {
+  // The two columns of later releases in each table, no primary key in any, and two indexes.
+  KLSQLiteStatement complete = file_.connection().prepare(
+      "SELECT sum(c.name IN ('encryptedStatus', 'project')) = 6 AND sum(c.pk) = 0 AND "
+      "(SELECT count(*) FROM sqlite_master WHERE type = 'index' AND name IN ('index_user_id', 'index_plan_id')) = 2 "
+      "FROM sqlite_master m, pragma_table_info(m.name) c "
+      "WHERE m.type = 'table' AND m.name IN ('Users', 'PopupConfig', 'PlanWindows')");
+  return complete.step() == KLSQLiteStatement::Step::Row && complete.integer(0) == 1;
 }
 
 bool KLDatabaseSchema::buildSchema(const std::string& project) {

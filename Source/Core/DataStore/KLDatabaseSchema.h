@@ -12,7 +12,8 @@ namespace kaleo {
 /// The tables of the database, and how the file of any earlier release comes to have them.
 ///
 /// A file starts with three tables. Two later releases each added a column to all of them ("encryptedStatus", "project"), one took
-/// away primary keys so that a user can have rows in several projects. Whatever is missing is made up for in one transaction.
+/// away primary keys so that a user can have rows in several projects. Whatever is missing is made up for in one transaction; a
+/// file that has everything is only read.
 /// Threads: those of the file. Lifetime: borrows both.
 class KLDatabaseSchema {
  public:
@@ -30,6 +31,7 @@ class KLDatabaseSchema {
   bool setVersion(int version);
 
  private:
+  bool isComplete();
   bool buildSchema(const std::string& project);
   bool createTable(const std::string& table, std::string_view columns);
   void createIndex(const std::string& column, const std::string& table);

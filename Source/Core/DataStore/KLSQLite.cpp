@@ -1,5 +1,6 @@
 #include "Core/DataStore/KLSQLite.h"
 
+#include <fmt/format.h>
 #include <sqlite3.h>
 
 #include <array>
@@ -19,28 +20,28 @@ void KLSQLiteStatement::Finalize::operator()(sqlite3_stmt* handle) const { sqlit
 
 void KLSQLiteStatement::bind(int index, std::string_view text) {
   const char* data = text.data() ? text.data() : "";  // a null pointer would bind NULL
-  sqlite3_bind_text64(handle_.get(), index, data, text.size(), kBorrowed, SQLITE_UTF8);
+  note(sqlite3_bind_text64(handle_.get(), index, data, text.size(), kBorrowed, SQLITE_UTF8));
 }
 
 void KLSQLiteStatement::bind(int index, const std::optional<std::string>& text) {
   if (text) return bind(index, std::string_view(*text));
-  sqlite3_bind_null(handle_.get(), index);
+  note(sqlite3_bind_null(handle_.get(), index));
 }
 
 void KLSQLiteStatement::bind(int index, const std::optional<KLBytes>& bytes) {
   if (!bytes || bytes->empty()) {
-    sqlite3_bind_null(handle_.get(), index);
+    note(sqlite3_bind_null(handle_.get(), index));
   } else {
-    sqlite3_bind_blob64(handle_.get(), index, bytes->data(), bytes->size(), kBorrowed);
+    note(sqlite3_bind_blob64(handle_.get(), index, bytes->data(), bytes->size(), kBorrowed));
   }
 }
 
-void KLSQLiteStatement::bind(int index, double value) { sqlite3_bind_double(handle_.get(), index, value); }
+void KLSQLiteStatement::bind(int index, double value) { note(sqlite3_bind_double(handle_.get(), index, value)); }
 
-void KLSQLiteStatement::bind(int index, std::int64_t value) { sqlite3_bind_int64(handle_.get(), index, value); }
+void KLSQLiteStatement::bind(int index, std::int64_t value) { note(sqlite3_bind_int64(handle_.get(), index, value)); }
 
 KLSQLiteStatement::Step KLSQLiteStatement::step() {
-  switch (handle_ ? sqlite3_step(handle_.get()) : SQLITE_MISUSE) {
+  switch (handle_ && isBound_ ? sqlite3_step(handle_.get()) : SQLITE_MISUSE) {
     case SQLITE_ROW:
       return Step::Row;
     case SQLITE_DONE:
@@ -51,6 +52,7 @@ KLSQLiteStatement::Step KLSQLiteStatement::step() {
 }
 
 void KLSQLiteStatement::reset() {
+  isBound_ = true;
   sqlite3_reset(handle_.get());
   if (handle_) sqlite3_clear_bindings(handle_.get());
 }
@@ -95,9 +97,11 @@ bool KLSQLiteConnection::configure() {
        std::array{SQLITE_DBCONFIG_ENABLE_TRIGGER, SQLITE_DBCONFIG_ENABLE_VIEW, SQLITE_DBCONFIG_TRUSTED_SCHEMA}) {
     sqlite3_db_config(handle, feature, 0, nullptr);
   }
-  if (!execute("PRAGMA synchronous=FULL;PRAGMA cell_size_check=ON;PRAGMA journal_size_limit=" + std::to_string(kMaxLogBytes))) {
-    return false;
-  }
+  // EXTRA is FULL in a write-ahead log; beside a rollback journal it makes the journal's end last, too.
+  const std::string settings =
+      fmt::format("PRAGMA synchronous=EXTRA;PRAGMA cell_size_check=ON;PRAGMA wal_autocheckpoint={};PRAGMA journal_size_limit={}",
+                  kLogPages, kMaxLogBytes);
+  if (!execute(settings)) return false;
   // A file that cannot be switched (read-only, no shared memory) works with the journal that it has.
   return execute("PRAGMA journal_mode=WAL") || !isDamaged();
 }
@@ -118,10 +122,19 @@ KLSQLiteStatement KLSQLiteConnection::prepare(std::string_view sql) {
   return KLSQLiteStatement(statement);
 }
 
+std::int64_t KLSQLiteConnection::changes() const { return handle_ ? sqlite3_changes64(handle_.get()) : 0; }
+
 int KLSQLiteConnection::errorCode() const { return handle_ ? sqlite3_extended_errcode(handle_.get()) : SQLITE_CANTOPEN; }
 
 std::string KLSQLiteConnection::errorMessage() const {
   return handle_ ? sqlite3_errmsg(handle_.get()) : sqlite3_errstr(SQLITE_CANTOPEN);
+}
+
+bool KLSQLiteConnection::isOutOfMemory() const { return (errorCode() & kPrimaryCodeMask) == SQLITE_NOMEM; }
+
+bool KLSQLiteConnection::hasMoved() const {
+  int moved = 0;
+  return handle_ && sqlite3_file_control(handle_.get(), nullptr, SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK && moved != 0;
 }
 
 bool KLSQLiteConnection::isDamaged() const {
@@ -129,9 +142,8 @@ bool KLSQLiteConnection::isDamaged() const {
   return code == SQLITE_CORRUPT || code == SQLITE_NOTADB || isUnknownFormat_;
 }
 
-KLSQLiteTransaction::KLSQLiteTransaction(KLSQLiteConnection& connection, Kind kind)
-    : connection_(connection),
-      begun_(connection.execute(kind == Kind::Immediate ? "BEGIN IMMEDIATE TRANSACTION" : "BEGIN TRANSACTION")) {}
+KLSQLiteTransaction::KLSQLiteTransaction(KLSQLiteConnection& connection)
+    : connection_(connection), begun_(connection.execute("BEGIN IMMEDIATE TRANSACTION")) {}
 
 KLSQLiteTransaction::~KLSQLiteTransaction() {
   if (begun_) connection_.execute("ROLLBACK");

@@ -1,6 +1,8 @@
 #include "Core/DataStore/KaleoDataStore.h"
 
 #include <algorithm>
+#include <atomic>
+#include <unordered_map>
 #include <utility>
 
 #include "Core/DataStore/KLAESCrypt.h"
@@ -60,9 +62,18 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
     sync([this] { database_.reset(); });
   }
 
-  static void tryTask(const std::function<bool()>& task, int times) {
-    for (int i = 0; i < times && !task(); ++i) {
+  static bool tryTask(const std::function<bool()>& task, int times) {
+    for (int i = 0; i < times; ++i) {
+      if (task()) return true;
     }
+    return false;
+  }
+
+  /// Whether every write since the last call has been made.
+  bool flush() {
+    bool done = false;
+    sync([&] { done = !dropped_.exchange(false); });
+    return done;
   }
 
   // On the queue only, from here on.
@@ -82,7 +93,11 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
   /// Nothing for what cannot be encrypted, such as "". Nothing can be kept under such an id, and trying again does not help.
   std::optional<std::string> encryptString(const std::string& text) {
     database();
-    return encryptor_ ? encryptor_->encryptString(text) : text;
+    if (!encryptor_) return text;
+    const auto known = encryptedIds_.find(text);
+    if (known != encryptedIds_.end()) return known->second;
+    if (encryptedIds_.size() >= kMaxKnownIds) encryptedIds_.clear();
+    return encryptedIds_.emplace(text, encryptor_->encryptString(text)).first->second;
   }
 
   std::optional<std::string> decryptString(const std::optional<std::string>& text) const {
@@ -93,8 +108,8 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
     return encryptor_ && data ? encryptor_->encryptData(*data) : data;
   }
 
-  std::optional<KLBytes> decryptData(const std::optional<KLBytes>& data) const {
-    return encryptor_ && data ? encryptor_->decryptData(*data) : data;
+  std::optional<KLBytes> decryptData(std::optional<KLBytes> data) const {
+    return encryptor_ && data ? encryptor_->decryptData(*data) : std::move(data);
   }
 
  private:
@@ -107,7 +122,9 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
 
   void seeTo(KLWriteQueue::Added added) {
     if (added == KLWriteQueue::Added::First) runLater(&State::writeQueued);
-    if (added == KLWriteQueue::Added::Refused) surroundings_.log.error("Too many writes wait for the database, one was dropped");
+    if (added != KLWriteQueue::Added::Refused) return;
+    dropped_ = true;
+    surroundings_.log.error("Too many writes wait for the database, one was dropped");
   }
 
   /// Writes all that waits: in one transaction, and one by one when that fails, so that a write that cannot be made takes no other
@@ -120,18 +137,25 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
       if (std::all_of(tasks.begin(), tasks.end(), [](const auto& task) { return task(); }) && database().commitTransaction())
         return;
       database().rollbackTransaction();
-      for (const auto& task : tasks) tryTask(task, triesLeft);
+      for (const auto& task : tasks) {
+        if (!tryTask(task, triesLeft)) dropped_ = true;
+      }
       return;
     }
+    dropped_ = true;
     surroundings_.log.error("The database cannot be written to, {} writes were dropped", tasks.size());
   }
+
+  static constexpr std::size_t kMaxKnownIds = 4096;
 
   const KLDataStoreSurroundings surroundings_;
   const bool enableEncrypt_;
   const std::shared_ptr<KLQueue> queue_;
   KLWriteQueue writes_;
+  std::atomic<bool> dropped_ = false;    ///< a write since the last flush
   std::optional<KLAESCrypt> encryptor_;  // outlives the database, which borrows it
   std::unique_ptr<KaleoDatabase> database_;
+  std::unordered_map<std::string, std::optional<std::string>> encryptedIds_;  ///< of users and plans, which come again and again
 };
 
 KaleoDataStore::KaleoDataStore(KLDataStoreSurroundings surroundings) : state_(std::make_shared<State>(surroundings)) {
@@ -186,11 +210,12 @@ std::map<std::string, KaleoDataStore::PlanWindows> KaleoDataStore::planWindowsWi
   state_->sync([&] {
     const auto u = state_->encryptString(userId);
     if (!u) return;
-    for (const auto& row : state_->database().planWindowsWithUserId(*u)) {
-      const auto planId = state_->decryptString(row.planId);
+    for (auto& row : state_->database().planWindowsWithUserId(*u)) {
+      auto planId = state_->decryptString(row.planId);
       if (!planId || windows.contains(*planId)) continue;  // the first row counts, as in a look-up of one plan
-      windows.emplace(*planId, PlanWindows{state_->decryptData(row.triggerWindow), state_->decryptData(row.convertWindow),
-                                           state_->decryptData(row.reEnterWindow), state_->decryptData(row.intervalWindow)});
+      const auto decrypted = [this](auto& window) { return state_->decryptData(std::move(window)); };
+      windows.emplace(*std::move(planId), PlanWindows{decrypted(row.triggerWindow), decrypted(row.convertWindow),
+                                                      decrypted(row.reEnterWindow), decrypted(row.intervalWindow)});
     }
   });
   return windows;
@@ -209,7 +234,7 @@ void KaleoDataStore::savePopupConfig(const std::shared_ptr<const KLPopupConfig>&
   if (!config || !userId) return;
   auto archive = std::make_shared<const std::optional<KLBytes>>(archived(*config, state_->log()));
   KLDatabaseCell cell{KLDatabaseTable::PopupConfig, columnNumber(KLDatabaseProperName::PopupConfig), *userId, {}};
-  const std::size_t size = sizeOf(*archive);
+  const std::size_t size = sizeOf(*archive) + userId->size();
   state_->writeCell(std::move(cell), size, [state = state_.get(), data = std::move(archive), userId = *userId] {
     const auto u = state->encryptString(userId);
     return !u || state->database().savePopupConfig(state->encryptData(*data), *u);
@@ -217,7 +242,7 @@ void KaleoDataStore::savePopupConfig(const std::shared_ptr<const KLPopupConfig>&
 }
 
 void KaleoDataStore::saveGlobalWindowData(std::optional<KLBytes> data, const std::string& userId, KLDatabaseProperName name) {
-  const std::size_t size = sizeOf(data);
+  const std::size_t size = sizeOf(data) + userId.size();
   state_->writeCell({KLDatabaseTable::PopupConfig, columnNumber(name), userId, {}}, size,
                     [state = state_.get(), data = std::move(data), userId, name] {
                       const auto u = state->encryptString(userId);
@@ -227,7 +252,7 @@ void KaleoDataStore::saveGlobalWindowData(std::optional<KLBytes> data, const std
 
 void KaleoDataStore::saveWindowData(std::optional<KLBytes> data, KLDatabaseProperName name, const std::string& userId,
                                     const std::string& planId) {
-  const std::size_t size = sizeOf(data);
+  const std::size_t size = sizeOf(data) + userId.size() + planId.size();
   state_->writeCell({KLDatabaseTable::PlanWindows, columnNumber(name), userId, planId}, size,
                     [state = state_.get(), data = std::move(data), name, userId, planId] {
                       const auto u = state->encryptString(userId);
@@ -254,7 +279,9 @@ void KaleoDataStore::deleteAllPlans() {
 
 void KaleoDataStore::migrate() {
   if (!enableEncrypt()) return;
-  state_->sync([this] { state_->database().migrate(); });
+  state_->sync([this] {
+    State::tryTask([this] { return state_->database().migrate() || state_->database().schemaVersion() != 0; }, kRepeatCount);
+  });
 }
 
 void KaleoDataStore::setSchemaVersion(int version) {
@@ -265,8 +292,6 @@ void KaleoDataStore::setSchemaVersion(int version) {
 
 void KaleoDataStore::executeTask(const std::function<bool()>& task) { State::tryTask(task, kRepeatCount); }
 
-void KaleoDataStore::flush() {
-  state_->sync([] {});
-}
+bool KaleoDataStore::flush() { return state_->flush(); }
 
 }  // namespace kaleo

@@ -40,7 +40,10 @@ struct KLDataStoreSurroundings {
 /// times. The writes that wait at one time go into one transaction, a later one of the same cell in place of an earlier one: what
 /// is on disk is what all of them in order leave. A read sees every write queued before it. Without a usable database reads answer
 /// nothing and writes are dropped, and so is what comes when too much waits already.
-/// Threads: any but the main thread for reads, which wait for the disk.
+///
+/// A write is confirmed when a later `flush` answers true: it has been committed and synchronised with the disk, and neither the
+/// end of the process at any moment nor a power failure takes it back. Threads: any but the main thread for reads and `flush`,
+/// which wait for the disk.
 class KaleoDataStore {
  public:
   /// Decides whether to encrypt; the file is opened on the queue.
@@ -84,8 +87,9 @@ class KaleoDataStore {
   void executeTask(const std::function<bool()>& task);
 
   bool enableEncrypt() const;
-  /// Returns when everything queued before has been written.
-  void flush();
+  /// Returns when everything queued before has had its turn. Answers whether all of it is on the disk; false: a write since the
+  /// last call has been dropped, as the log says.
+  bool flush();
 
  private:
   class State;

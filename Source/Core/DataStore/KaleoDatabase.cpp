@@ -1,5 +1,6 @@
 #include "Core/DataStore/KaleoDatabase.h"
 
+#include <algorithm>
 #include <array>
 
 #include "Core/DataStore/KLDatabaseMigration.h"
@@ -12,6 +13,26 @@ constexpr auto kTight = KLDatabaseFile::kTight;
 constexpr auto kSpaced = KLDatabaseFile::kSpaced;
 constexpr auto kSpacedStep = KLDatabaseFile::kSpacedStep;
 
+constexpr std::array kColumns = {"trigger_windows", "convert_window", "reEnter_window", "interval_window", "global_interval",
+                                 "global_limit",    "popup_config",   "plan_id",        "update_time",     "encryptedStatus"};
+
+/// One statement for each column, made once.
+class ColumnStatements {
+ public:
+  /// `{}` stands for the column.
+  explicit ColumnStatements(fmt::format_string<const char*> text) {
+    for (std::size_t i = 0; i <= kColumns.size(); ++i) {
+      texts_[i] = fmt::format(text, KaleoDatabase::columnNameWithProperName(static_cast<KLDatabaseProperName>(i)));
+    }
+  }
+  const std::string& operator[](KLDatabaseProperName name) const {
+    return texts_[std::min(static_cast<std::size_t>(name), kColumns.size())];
+  }
+
+ private:
+  std::array<std::string, kColumns.size() + 1> texts_;  ///< the last for what is no column
+};
+
 constexpr std::array kAllTables = {KLDatabaseTable::Users, KLDatabaseTable::PopupConfig, KLDatabaseTable::PlanWindows};
 
 }  // namespace
@@ -20,7 +41,7 @@ KaleoDatabase::KaleoDatabase(std::filesystem::path filePath, KLDatabaseSurroundi
     : surroundings_(surroundings),
       file_(std::move(filePath), surroundings.log, surroundings.clock, std::move(vfs)),
       schema_(file_, surroundings.log) {
-  if (preCheck()) getSchemaVersion();
+  preCheck();
 }
 
 void KaleoDatabase::close() {
@@ -31,15 +52,24 @@ void KaleoDatabase::close() {
 
 bool KaleoDatabase::createTables() {
   if (!isOpen()) return false;
-  if (!isTableCreated_) isTableCreated_ = schema_.createTables(project());
+  if (isTableCreated_) return true;
+  isTableCreated_ = schema_.createTables(project());
+  if (isTableCreated_) getSchemaVersion();
   return isTableCreated_;
 }
 
 bool KaleoDatabase::preCheck() {
-  if (!file_.isDamaged() && open() && createTables()) return true;
-  if (!file_.isDamaged()) return false;
-  close();
-  return file_.setAside() && open() && createTables();
+  if (transaction_) return !file_.isDamaged();
+  const bool hasMoved = file_.hasMoved();
+  if (!hasMoved && !file_.isDamaged() && open() && createTables()) return true;
+  return (hasMoved || file_.isDamaged()) && replaceFile();
+}
+
+bool KaleoDatabase::replaceFile() {
+  isTableCreated_ = false;
+  if (!file_.setAside() || !open() || !createTables()) return false;
+  migrate();  // marks the new file as one without plain rows
+  return true;
 }
 
 void KaleoDatabase::getSchemaVersion() { schemaVersion_ = schema_.version().value_or(schemaVersion_); }
@@ -52,8 +82,9 @@ bool KaleoDatabase::setSchemaVersion(int version) {
 
 bool KaleoDatabase::migrate() {
   if (schemaVersion_ != 0 || !encryptor_ || !beginTransaction()) return false;
+  getSchemaVersion();  // another process may have been first
   KLDatabaseMigration migration(file_, *encryptor_);
-  const bool done = migration.encryptAllRows() && schema_.setVersion(kEncryptedSchemaVersion) &&
+  const bool done = schemaVersion_ == 0 && migration.encryptAllRows() && schema_.setVersion(kEncryptedSchemaVersion) &&
                     migration.deleteUnencryptedData() && commitTransaction();
   rollbackTransaction();
   if (done) schemaVersion_ = kEncryptedSchemaVersion;
@@ -63,7 +94,7 @@ bool KaleoDatabase::migrate() {
 bool KaleoDatabase::beginTransaction() {
   transaction_.reset();
   if (!preCheck()) return false;
-  transaction_.emplace(file_.connection(), KLSQLiteTransaction::Kind::Immediate);
+  transaction_.emplace(file_.connection());
   if (transaction_->isBegun()) return true;
   file_.logFailure("Failed to begin transaction, error:");
   transaction_.reset();
@@ -109,7 +140,7 @@ std::optional<std::string> KaleoDatabase::userIdWithDistinctId(const std::string
 }
 
 bool KaleoDatabase::saveUserId(const std::string& userId, const std::string& distinctId) {
-  return userIdWithDistinctId(distinctId) ? updateUserId(userId, distinctId) : insertUserId(userId, distinctId);
+  return updateUserId(userId, distinctId) && (isWritten() || insertUserId(userId, distinctId));
 }
 
 bool KaleoDatabase::updateUserId(const std::string& userId, const std::string& distinctId) {
@@ -124,27 +155,23 @@ bool KaleoDatabase::insertUserId(const std::string& userId, const std::string& d
 }
 
 std::optional<KLBytes> KaleoDatabase::selectData(const std::string& userId, KLDatabaseProperName name) {
-  return selectBytes(fmt::format("SELECT {} FROM PopupConfig WHERE user_id = ? AND project = ?", columnNameWithProperName(name)),
-                     userId);
+  static const ColumnStatements statements("SELECT {} FROM PopupConfig WHERE user_id = ? AND project = ?");
+  return selectBytes(statements[name], userId);
 }
 
 bool KaleoDatabase::saveData(const std::optional<KLBytes>& data, const std::string& userId, KLDatabaseProperName name) {
-  return rowExistsWithUserId(userId, KLDatabaseTable::PopupConfig) ? updateData(data, userId, name)
-                                                                   : insertData(data, userId, name);
+  return updateData(data, userId, name) && (isWritten() || insertData(data, userId, name));
 }
 
 bool KaleoDatabase::updateData(const std::optional<KLBytes>& data, const std::string& userId, KLDatabaseProperName name) {
-  return preCheck() && file_.write(fmt::format("UPDATE PopupConfig SET {} = ?, update_time = ? WHERE user_id = ? AND project = ?",
-                                               columnNameWithProperName(name)),
-                                   kTight, data, timestamp(), userId, project());
+  static const ColumnStatements statements("UPDATE PopupConfig SET {} = ?, update_time = ? WHERE user_id = ? AND project = ?");
+  return preCheck() && file_.write(statements[name], kTight, data, timestamp(), userId, project());
 }
 
 bool KaleoDatabase::insertData(const std::optional<KLBytes>& data, const std::string& userId, KLDatabaseProperName name) {
-  return preCheck() &&
-         file_.write(
-             fmt::format("INSERT INTO PopupConfig ({}, user_id, update_time, encryptedStatus, project) VALUES (?, ?, ?, ?, ?)",
-                         columnNameWithProperName(name)),
-             kTight, data, userId, timestamp(), encryptedStatus(), project());
+  static const ColumnStatements statements(
+      "INSERT INTO PopupConfig ({}, user_id, update_time, encryptedStatus, project) VALUES (?, ?, ?, ?, ?)");
+  return preCheck() && file_.write(statements[name], kTight, data, userId, timestamp(), encryptedStatus(), project());
 }
 
 std::optional<KLBytes> KaleoDatabase::popupConfigWithUserId(const std::string& userId) {
@@ -165,9 +192,8 @@ bool KaleoDatabase::saveGlobalWindowData(const std::optional<KLBytes>& data, con
 
 std::optional<KLBytes> KaleoDatabase::planWindowWithUserId(const std::string& userId, const std::string& planId,
                                                            KLDatabaseProperName name) {
-  return selectBytes(
-      fmt::format("SELECT {} FROM PlanWindows WHERE user_id = ? AND plan_id = ? AND project = ?", columnNameWithProperName(name)),
-      userId, planId);
+  static const ColumnStatements statements("SELECT {} FROM PlanWindows WHERE user_id = ? AND plan_id = ? AND project = ?");
+  return selectBytes(statements[name], userId, planId);
 }
 
 std::vector<KLDatabasePlanWindowObject> KaleoDatabase::planWindowsWithUserId(const std::string& userId) {
@@ -177,35 +203,32 @@ std::vector<KLDatabasePlanWindowObject> KaleoDatabase::planWindowsWithUserId(con
     return true;
   };
   if (preCheck()) {
-    file_.read(
+    const bool done = file_.read(
         "SELECT plan_id, trigger_windows, convert_window, reEnter_window, interval_window, update_time FROM PlanWindows "
         "WHERE user_id = ? AND project = ? ORDER BY rowid",
         kTight, take, userId, project());
+    if (!done) windows.clear();
   }
   return windows;
 }
 
 bool KaleoDatabase::saveWindowData(const std::optional<KLBytes>& data, KLDatabaseProperName name, const std::string& userId,
                                    const std::string& planId) {
-  return rowExistsWithUserId(userId, planId) ? updateWindowData(data, userId, planId, name)
-                                             : insertWindowData(data, userId, planId, name);
+  return updateWindowData(data, userId, planId, name) && (isWritten() || insertWindowData(data, userId, planId, name));
 }
 
 bool KaleoDatabase::updateWindowData(const std::optional<KLBytes>& data, const std::string& userId, const std::string& planId,
                                      KLDatabaseProperName name) {
-  return preCheck() &&
-         file_.write(fmt::format("UPDATE PlanWindows SET {} = ?, update_time = ? WHERE user_id = ? AND plan_id = ? AND project = ?",
-                                 columnNameWithProperName(name)),
-                     kSpacedStep, data, timestamp(), userId, planId, project());
+  static const ColumnStatements statements(
+      "UPDATE PlanWindows SET {} = ?, update_time = ? WHERE user_id = ? AND plan_id = ? AND project = ?");
+  return preCheck() && file_.write(statements[name], kSpacedStep, data, timestamp(), userId, planId, project());
 }
 
 bool KaleoDatabase::insertWindowData(const std::optional<KLBytes>& data, const std::string& userId, const std::string& planId,
                                      KLDatabaseProperName name) {
-  return preCheck() &&
-         file_.write(fmt::format("INSERT INTO PlanWindows (user_id, plan_id, {}, update_time, encryptedStatus, project) "
-                                 "VALUES (?, ?, ?, ?, ?, ?)",
-                                 columnNameWithProperName(name)),
-                     kTight, userId, planId, data, timestamp(), encryptedStatus(), project());
+  static const ColumnStatements statements(
+      "INSERT INTO PlanWindows (user_id, plan_id, {}, update_time, encryptedStatus, project) VALUES (?, ?, ?, ?, ?, ?)");
+  return preCheck() && file_.write(statements[name], kTight, userId, planId, data, timestamp(), encryptedStatus(), project());
 }
 
 bool KaleoDatabase::rowExistsWithUserId(const std::string& userId, KLDatabaseTable table) {
@@ -260,10 +283,8 @@ const char* KaleoDatabase::tableNameWith(KLDatabaseTable table) {
 }
 
 const char* KaleoDatabase::columnNameWithProperName(KLDatabaseProperName name) {
-  constexpr std::array columns = {"trigger_windows", "convert_window", "reEnter_window", "interval_window", "global_interval",
-                                  "global_limit",    "popup_config",   "plan_id",        "update_time",     "encryptedStatus"};
   const auto index = static_cast<std::size_t>(name);
-  return index < columns.size() ? columns[index] : "";
+  return index < kColumns.size() ? kColumns[index] : "";
 }
 
 }  // namespace kaleo

@@ -53,7 +53,7 @@ class KaleoDatabase {
   bool open() { return file_.open(); }
   void close();
   bool createTables();
-  /// Opens and makes tables where that has not been done yet; replaces a file that proved damaged.
+  /// Opens and makes tables where that has not been done yet; replaces a file that proved damaged or was removed.
   bool preCheck();
   void getSchemaVersion();
   bool setSchemaVersion(int version);
@@ -96,13 +96,16 @@ class KaleoDatabase {
   static const char* columnNameWithProperName(KLDatabaseProperName name);
 
  private:
+  bool replaceFile();
   double timestamp() const { return surroundings_.clock.now(); }
   std::string project() const { return surroundings_.bridge.project(); }
+  bool isWritten() const { return file_.connection().changes() > 0; }
   template <class... Values>
   bool rowExists(const std::string& sql, const Values&... values);
   template <class... Values>
   std::optional<KLBytes> selectBytes(const std::string& sql, const Values&... values);
 
+  // Each save updates the rows that there are and inserts one where there is none; false: neither could be done.
   bool updateUserId(const std::string& userId, const std::string& distinctId);
   bool insertUserId(const std::string& userId, const std::string& distinctId);
   std::optional<KLBytes> selectData(const std::string& userId, KLDatabaseProperName name);

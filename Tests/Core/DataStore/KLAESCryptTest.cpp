@@ -149,6 +149,44 @@ TEST_F(KLAESCryptTest, ALostOrDamagedKeyFileGivesANewKey) {
   }
 }
 
+TEST_F(KLAESCryptTest, AKeyFileThatCannotBeReadIsReplaced) {
+  std::filesystem::create_directories(file.parent_path());
+  std::filesystem::create_symlink(file, file);  // leads to itself
+  KLAESCrypt crypt(random);
+  crypt.setKeyFile(file);
+  KLAESCrypt next(random);
+  next.setKeyFile(file);
+  EXPECT_EQ(next.decryptString(*crypt.encryptString("user-1")), "user-1");
+}
+
+/// Lets another process be faster: between the look for the file and the making of one.
+class OvertakenRandom final : public KLRandom {
+ public:
+  explicit OvertakenRandom(std::filesystem::path file) : file_(std::move(file)) {}
+
+  KLBytes bytes(std::size_t count) override {
+    other.setKeyFile(file_);
+    return random_.bytes(count);
+  }
+  std::uint32_t below(std::uint32_t bound) override { return random_.below(bound); }
+  std::string uuid() override { return random_.uuid(); }
+
+ private:
+  const std::filesystem::path file_;
+  KLSystemRandom random_;
+
+ public:
+  KLAESCrypt other{random_};
+};
+
+TEST_F(KLAESCryptTest, TwoFirstStartsAtOnceEndWithOneKey) {
+  OvertakenRandom overtaken(file);
+  KLAESCrypt crypt(overtaken);
+  crypt.setKeyFile(file);
+  EXPECT_EQ(crypt.key(), overtaken.other.key());
+  EXPECT_EQ(crypt.iv(), overtaken.other.iv());
+}
+
 TEST_F(KLAESCryptTest, AKeyFileThatCannotBeWrittenServesThisRun) {
   std::filesystem::create_directories(file);  // a directory in its place
   KLAESCrypt crypt(random);

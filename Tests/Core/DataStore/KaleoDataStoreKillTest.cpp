@@ -2,20 +2,28 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
-#include <memory>
+#include <cstdlib>
 #include <random>
 
-#include "Core/DataStore/DatabaseFixture.h"
-#include "Core/DataStore/KaleoDataStore.h"
+#include "Core/DataStore/StoreFixture.h"
 #include "Foundation/KLThreads.h"
+
+// A program that counts events and shows popups in a loop, and reports each number whose writes the store has confirmed, is killed
+// at random moments, 100 times or as often as the environment variable KALEO_KILLS says:
+//
+//   KALEO_KILLS=10000 build/dev/bin/test_datastore --gtest_filter='KaleoDataStoreKillTest.*'
 
 namespace kaleo::testing {
 namespace {
 
 using Name = KLDatabaseProperName;
+using Clock = std::chrono::steady_clock;
 
+constexpr int kKills = 100;
 constexpr int kPlans = 8;
+constexpr int kEventsPerPopup = 3;
 
 std::string planOf(int number) { return std::to_string(number % kPlans); }
 
@@ -29,22 +37,32 @@ KLBytes blobOf(int number) {
 
 int numberOf(const std::optional<KLBytes>& blob) { return blob ? std::atoi(std::string(blob->begin(), blob->end()).c_str()) : -1; }
 
-class KaleoDataStoreKillTest : public DatabaseFixture {
+int killsAskedFor() {
+  const char* const asked = std::getenv("KALEO_KILLS");
+  return asked ? std::max(1, std::atoi(asked)) : kKills;
+}
+
+class KaleoDataStoreKillTest : public StoreFixture {
  protected:
   /// The program that is killed: writes number after number and tells `confirmations` of each that `flush` has confirmed.
   [[noreturn]] void writeForEver(int first, int confirmations) {
     KLThreadThreading threading;
-    KaleoDataStore store({threading, log, clock, random, bridge, hostStore, diagnosis, file, directory / "key"});
+    const auto store = makeStore(threading);
     for (int number = first;; ++number) {
-      store.saveWindowData(blobOf(number), Name::TriggerWindows, "u", planOf(number));
-      store.saveUserId("u" + std::to_string(number), "d");
-      store.flush();
-      if (write(confirmations, &number, sizeof number) != sizeof number) _exit(1);
+      // An event is counted, and some show a popup.
+      store->saveWindowData(blobOf(number), Name::TriggerWindows, "u", planOf(number));
+      store->saveUserId("u" + std::to_string(number), "d");
+      if (number % kEventsPerPopup == 0) {
+        for (const Name kind : kPopupWindows) store->saveWindowData(blobOf(number), kind, "u", "popup");
+        store->saveGlobalWindowData(blobOf(number), "u", Name::GlobalLimit);
+      }
+      if (!store->flush() || write(confirmations, &number, sizeof number) != sizeof number) _exit(1);
     }
   }
 
-  /// Runs the program until it has confirmed `count` numbers, kills it, and answers the last number that it confirmed.
-  int killAfter(int count, int first) {
+  /// Runs the program until it has confirmed `count` numbers, kills it `delay` later, and answers the last number that it
+  /// confirmed.
+  int killAfter(int count, Clock::duration delay, int first) {
     int ends[2];
     if (pipe(ends) != 0) return first;
     const pid_t child = fork();
@@ -56,6 +74,8 @@ class KaleoDataStoreKillTest : public DatabaseFixture {
     int confirmed = first - 1;
     int number = 0;
     for (int i = 0; i < count && read(ends[0], &number, sizeof number) == sizeof number; ++i) confirmed = number;
+    for (const auto end = Clock::now() + delay; Clock::now() < end;) {
+    }
     kill(child, SIGKILL);
     while (read(ends[0], &number, sizeof number) == sizeof number) confirmed = number;
     close(ends[0]);
@@ -65,27 +85,34 @@ class KaleoDataStoreKillTest : public DatabaseFixture {
     return confirmed;
   }
 
-  KLStoreManager hostStore{host.registry};
-  KLDiagnosisSlot diagnosis;
-};
-
-TEST_F(KaleoDataStoreKillTest, NoConfirmedWriteIsLostToAKill) {
-  std::mt19937 chance(20260101);
-  int confirmed = 0;
-  for (int round = 0; round < 20; ++round) {
-    confirmed = killAfter(static_cast<int>(chance() % 12), confirmed + 1);
-    if (confirmed < kPlans) continue;
-    EXPECT_EQ(SQLFile(file).rows("PRAGMA integrity_check"), Rows{"ok"});
+  void expectKept(int confirmed) {
+    EXPECT_EQ(rows("PRAGMA integrity_check"), Rows{"ok"});
     KaleoDatabase database = makeDatabase();
-    for (int number = confirmed - kPlans + 1; number <= confirmed; ++number) {
+    for (int number = std::max(1, confirmed - kPlans + 1); number <= confirmed; ++number) {
       const auto stored = database.planWindowWithUserId("u", planOf(number), Name::TriggerWindows);
       EXPECT_GE(numberOf(stored), number);
       EXPECT_EQ(stored, blobOf(numberOf(stored)));
     }
     EXPECT_GE(std::stoi(database.userIdWithDistinctId("d").value_or("u0").substr(1)), confirmed);
+    const int popup = confirmed < kEventsPerPopup ? -1 : confirmed - confirmed % kEventsPerPopup;
+    EXPECT_GE(numberOf(database.globalWindowWithUserId("u", Name::GlobalLimit)), popup);
+    for (const Name kind : kPopupWindows) EXPECT_GE(numberOf(database.planWindowWithUserId("u", "popup", kind)), popup);
   }
-  EXPECT_GT(confirmed, kPlans);
-  EXPECT_EQ(host.log->messages(1), std::vector<std::string>{});
+
+  static constexpr Name kPopupWindows[] = {Name::ReEnterWindow, Name::IntervalWindow, Name::ConvertWindow};
+};
+
+TEST_F(KaleoDataStoreKillTest, NoConfirmedWriteIsLostToAKill) {
+  std::mt19937 chance(20260101);
+  const int kills = killsAskedFor();
+  int confirmed = 0;
+  for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
+    confirmed = killAfter(static_cast<int>(chance() % 10), std::chrono::microseconds(chance() % 3000), confirmed + 1);
+    expectKept(confirmed);
+    EXPECT_EQ(host.log->messages(1), std::vector<std::string>{});
+    host.log->clear();
+  }
+  EXPECT_GT(confirmed, kills);
 }
 
 }  // namespace

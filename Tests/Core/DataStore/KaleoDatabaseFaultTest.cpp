@@ -1,3 +1,6 @@
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <fstream>
 #include <random>
 
@@ -140,6 +143,59 @@ TEST_F(KaleoDatabaseFaultTest, AReadOnlyFileIsReadAndRefusesWrites) {
             std::vector<std::string>{"Failed to step statement, error:attempt to write a readonly database"});
   EXPECT_EQ(database.userIdWithDistinctId("d"), "u");
   EXPECT_EQ(damagedFiles(), std::vector<std::string>{});
+}
+
+TEST_F(KaleoDatabaseFaultTest, InAReadOnlyPlaceNothingIsKeptAndNothingChanged) {
+  makeDatabase().saveUserId("u", "d");
+  const KLBytes image = *KLFile::read(file);
+  fs::permissions(file, fs::perms::owner_read | fs::perms::others_read);
+  fs::permissions(directory.path(),
+                  fs::perms::owner_read | fs::perms::owner_exec | fs::perms::others_read | fs::perms::others_exec);
+  const pid_t child = fork();
+  if (child == 0) {
+    constexpr uid_t nobody = 65534;
+    if (geteuid() == 0 && setresuid(nobody, nobody, nobody) != 0) _exit(2);  // no permission holds a superuser back
+    KaleoDatabase database = makeDatabase();
+    _exit(database.saveUserId("u2", "d") || database.userIdWithDistinctId("d") || host.log->messages(1).empty());
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0);
+  fs::permissions(directory.path(), fs::perms::owner_all);
+  EXPECT_EQ(KLFile::read(file), image);
+  EXPECT_EQ(damagedFiles(), std::vector<std::string>{});
+}
+
+TEST_F(KaleoDatabaseFaultTest, ADirectoryRemovedWhileRunningIsMadeAnew) {
+  const fs::path deep = directory / "data" / "Kaleo_Popup.sqlite";
+  KLAESCrypt crypt(random);
+  KaleoDatabase database(deep, {log, clock, bridge});
+  database.setEncryptor(&crypt);
+  ASSERT_TRUE(database.migrate());
+  expectUsable(database);
+  fs::remove_all(deep.parent_path());
+  EXPECT_EQ(database.userIdWithDistinctId("d"), std::nullopt);
+  expectUsable(database);
+  EXPECT_EQ(SQLFile(deep).rows("SELECT user_id, encryptedStatus FROM Users"), Rows{"u|1"});
+  EXPECT_EQ(SQLFile(deep).rows("PRAGMA user_version"), Rows{"2"});  // no row of it is to be encrypted again
+  EXPECT_EQ(host.log->messages(1),
+            std::vector<std::string>{"Database file was removed or renamed while it was open, a new one takes its place"});
+}
+
+TEST_F(KaleoDatabaseFaultTest, AFileThatAnotherConnectionSetAsideIsLetGo) {
+  makeDatabase().saveUserId("u", "d");
+  const int page = std::stoi(SQLFile(file).value("SELECT rootpage FROM sqlite_master WHERE name = 'PlanWindows'"));
+  std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp((page - 1) * 4096).write("garbage!", 8);
+  KaleoDatabase database = makeDatabase();
+  KaleoDatabase other = makeDatabase();
+  for (KaleoDatabase* each : {&database, &other}) {
+    EXPECT_FALSE(each->saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
+  }
+  EXPECT_TRUE(database.saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
+  clock.advance(1);
+  EXPECT_EQ(other.planWindowWithUserId("u", "7", Name::ConvertWindow), bytes("w"));
+  EXPECT_EQ(damagedFiles().front(), "damaged-1700000000");
+  EXPECT_EQ(SQLFile(file).rows("SELECT plan_id FROM PlanWindows"), Rows{"7"});
 }
 
 TEST_F(KaleoDatabaseFaultTest, AFullDiskRefusesWritesAndLosesNothing) {

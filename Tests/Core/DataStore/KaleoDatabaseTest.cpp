@@ -66,6 +66,13 @@ TEST_F(KaleoDatabaseTest, ReadsAnswerWhatWasSaved) {
   EXPECT_EQ(windows[1].intervalWindow, bytes("i"));
 }
 
+TEST_F(KaleoDatabaseTest, WhatIsTooLongIsRefusedAndEmptiesNothing) {
+  database.savePopupConfig(bytes("kept"), "u1");
+  EXPECT_FALSE(database.savePopupConfig(KLBytes(KLSQLiteConnection::kMaxRowBytes + 1), "u1"));
+  EXPECT_EQ(database.popupConfigWithUserId("u1"), bytes("kept"));
+  EXPECT_EQ(host.log->messages(1), std::vector<std::string>{"Failed to step statement, error:string or blob too big"});
+}
+
 TEST_F(KaleoDatabaseTest, IdsMayHoldAnything) {
   for (const std::string id : {"O'Brien", "'; DROP TABLE Users; --", "a\"b%@\\", "用户", ""}) {
     EXPECT_TRUE(database.saveUserId("of " + id, id));
@@ -135,8 +142,8 @@ TEST_F(KaleoDatabaseTest, AnUnknownColumnIsRefusedWithALine) {
   EXPECT_STREQ(KaleoDatabase::columnNameWithProperName(Name::EncryptedStatus), "encryptedStatus");
   EXPECT_FALSE(database.saveWindowData(bytes("w"), unknown, "u1", "7"));
   EXPECT_EQ(database.planWindowWithUserId("u1", "7", unknown), std::nullopt);
-  EXPECT_EQ(host.log->messages(1), (std::vector<std::string>{"sqlite stmt prepare error (1): near \",\": syntax error",
-                                                             "Failed to prepare statement, error:near \",\": syntax error",
+  EXPECT_EQ(host.log->messages(1), (std::vector<std::string>{"sqlite stmt prepare error (1): near \"=\": syntax error",
+                                                             "Failed to prepare statement, error:near \"=\": syntax error",
                                                              "sqlite stmt prepare error (1): near \"FROM\": syntax error",
                                                              "Failed to prepare statement, error:near \"FROM\": syntax error"}));
 }
@@ -192,6 +199,18 @@ TEST_F(KaleoDatabaseMigrationTest, PlainRowsAreRewrittenEncrypted) {
   EXPECT_EQ(crypt.decryptData(*database.planWindowWithUserId(encrypted("u1"), encrypted("7"), Name::ConvertWindow)),
             bytes("convert"));
   EXPECT_FALSE(database.migrate());  // once
+}
+
+TEST_F(KaleoDatabaseMigrationTest, OfTwoConnectionsOneUpgrades) {
+  database.saveUserId("u1", "d1");
+  database.saveWindowData(bytes("w"), Name::ConvertWindow, "u1", "7");
+  KaleoDatabase other = makeDatabase();
+  database.setEncryptor(&crypt);
+  other.setEncryptor(&crypt);
+  EXPECT_TRUE(database.migrate());
+  EXPECT_FALSE(other.migrate());
+  EXPECT_EQ(other.schemaVersion(), 2);
+  EXPECT_EQ(rows("SELECT count(*) FROM Users UNION ALL SELECT count(*) FROM PlanWindows"), (Rows{"1", "1"}));
 }
 
 TEST_F(KaleoDatabaseMigrationTest, CopiesBelongToTheProjectOfTheColumn) {

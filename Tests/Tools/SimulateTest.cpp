@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "Foundation/KLJSON.h"
+#include "Support/Chromium.h"
 #include "Support/TemporaryDirectory.h"
 #include "simulate/Simulation.h"
 #include "simulate/SimulationStep.h"
@@ -227,6 +228,38 @@ plan  events   expired     time   window  interval  interval  pattern  matched  
    1       4         -        -        -         1         -        2        1       -      -          -      1
 5 events, 2 popups
 )");
+}
+
+TEST_F(SimulateTest, TheReportIsOnePageThatNeedsNothingElse) {
+  arguments.report = directory / "report.html";
+  const std::string named = R"(,"absolute_priority":5,"cname":"</script><b>Sale</b><!--")";
+  ASSERT_EQ(run(config(0, plan(1, "A") + "," + plan(2, "A", named)) + track(10, "A") + track(20, "A") + track(7200, "B")),
+            kSimulated);
+  EXPECT_EQ(shown(), (std::vector<std::string>{"2", "2", "-"}));
+  const std::string page = contentsOf(arguments.report);
+  for (const char* const outside : {"src=", "href=", "https:", "@import", "<b>Sale"}) EXPECT_THAT(page, Not(HasSubstr(outside)));
+
+  const std::string mark = R"(id="data">)";
+  const auto start = page.find(mark) + mark.size();
+  const auto data = KLJSON::parse(page.substr(start, page.find("</script>", start) - start));
+  ASSERT_TRUE(data);
+  EXPECT_EQ(data->find("events")->asInteger(), 3);
+  EXPECT_EQ(data->find("popups")->asArray().size(), 2u);
+  EXPECT_EQ(data->find("hours")->asArray().size(), 2u);
+  EXPECT_EQ(data->find("plans")->asArray()[0].find("name")->asString(), "</script><b>Sale</b><!--");
+
+  const auto rendered = renderedByChromium("file://" + arguments.report.string(), directory / "profile");
+  if (!rendered) GTEST_SKIP() << kNoChromium;
+  for (const char* const text :
+       {"&lt;b&gt;Sale&lt;/b&gt;", "5 of 5 decisions", "a higher one came first", "no plan listens to it", "<circle"}) {
+    EXPECT_THAT(*rendered, HasSubstr(text));
+  }
+}
+
+TEST_F(SimulateTest, AReportThatCannotBeWrittenIsSaid) {
+  arguments.report = directory / "nowhere" / "report.html";
+  EXPECT_EQ(run(config(0, plan(1, "A"))), kCannotSimulate);
+  EXPECT_THAT(err.str(), HasSubstr("report.html cannot be written"));
 }
 
 TEST(SimulationStepTest, DatesAreFoundAtAnyDepthOfTheProperties) {

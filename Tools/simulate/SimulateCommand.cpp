@@ -46,6 +46,10 @@ Command simulateCommand(CLI::App& kaleo) {
          "Default: nothing is kept")
       ->type_name("FILE");
   app->add_flag("--summary", arguments->summary, "Prints a table of what became of the events at each plan, instead of the lines");
+  app->add_option(
+         "--report", arguments->report,
+         "Writes one page of HTML that needs nothing else: what became of each plan, refusals over time, popups and decisions")
+      ->type_name("FILE.html");
   app->footer(R"(Each line is an object with "at" (seconds since 1970) and one of
   "config": a server's answer           "convert": {"plan_id": N, "convert_time": TEXT}
   "track": an event record              "user": {"distinct_id": TEXT, "login_id": TEXT, "anonymous_id": TEXT}

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <memory>
 #include <optional>
 
@@ -13,6 +14,7 @@
 #include "Foundation/KLDescriptor.h"
 #include "Foundation/KLJSON.h"
 #include "simulate/LineReader.h"
+#include "simulate/SimulationPage.h"
 #include "simulate/SimulationProgress.h"
 #include "simulate/SimulationReport.h"
 #include "simulate/SimulationSummary.h"
@@ -70,21 +72,29 @@ class Run {
     // At the first line, as the library starts at a time of day and there is none before.
     if (!simulator_) start(step->at);
     const SimulationResult result = simulator_->handle(*step);
-    if (arguments_.summary) {
-      count(*step, result);
-    } else {
-      output_.out << reportOf(number, *step, result) << '\n';
-    }
+    if (countsPlans()) count(number, *step, result);
+    if (!arguments_.summary) output_.out << reportOf(number, *step, result) << '\n';
   }
 
   void start(double now) {
-    simulator_.emplace(store_, Simulator::Options{arguments_.timeZone, arguments_.onScreenSeconds, arguments_.summary}, now);
+    simulator_.emplace(store_, Simulator::Options{arguments_.timeZone, arguments_.onScreenSeconds, countsPlans()}, now);
     summary_.configured(simulator_->configuration(), {});
   }
 
-  void count(const SimulationStep& step, const SimulationResult& result) {
+  bool countsPlans() const { return arguments_.summary || !arguments_.report.empty(); }
+
+  void count(std::uint64_t number, const SimulationStep& step, const SimulationResult& result) {
     if (step.operation == SimulationStep::Operation::Config) summary_.configured(simulator_->configuration(), result);
-    if (step.operation == SimulationStep::Operation::Track) summary_.tracked(result);
+    if (step.operation != SimulationStep::Operation::Track) return;
+    summary_.tracked(result);
+    if (!arguments_.report.empty()) page_.tracked(number, result);
+  }
+
+  bool writePage() const {
+    const bool isStandardInput = arguments_.events == kStandardInput;
+    std::ofstream file(arguments_.report, std::ios::binary);
+    file << page_.html(isStandardInput ? "standard input" : arguments_.events, arguments_.timeZone, summary_);
+    return static_cast<bool>(file.flush());
   }
 
   void report(std::uint64_t number, const std::string& fault) {
@@ -99,6 +109,7 @@ class Run {
     output_.out.flush();
     if (isSignalled()) return interrupt();
     if (!output_.out) return fail("the output cannot be written");
+    if (!arguments_.report.empty() && !writePage()) return fail(fmt::format("{} cannot be written", arguments_.report.string()));
     std::string error;
     if (simulator_ && !simulator_->close()) return fail("the state cannot be written");
     if (simulator_ && !store_.save(error)) return fail(error);
@@ -125,6 +136,7 @@ class Run {
   LineReader reader_;
   SimulationProgress progress_;
   SimulationSummary summary_;
+  SimulationPage page_;
   std::optional<Simulator> simulator_;
   std::uint64_t line_ = 0;
   bool someBad_ = false;

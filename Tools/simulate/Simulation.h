@@ -9,11 +9,12 @@ namespace kaleo::tools {
 
 /// What `kaleo simulate` is asked for.
 struct SimulationArguments {
-  std::string events;           ///< file of JSON lines; "-": standard input
-  std::string timeZone;         ///< IANA name; empty: the machine's
-  double onScreenSeconds = 0;   ///< how long each popup shows; finite, not negative
-  std::filesystem::path store;  ///< file that keeps the state; empty: nothing is kept
-  bool summary = false;         ///< a table instead of the lines
+  std::string events;            ///< file of JSON lines; "-": standard input
+  std::string timeZone;          ///< IANA name; empty: the machine's
+  double onScreenSeconds = 0;    ///< how long each popup shows; finite, not negative
+  std::filesystem::path store;   ///< file that keeps the state; empty: nothing is kept
+  bool summary = false;          ///< a table instead of the lines
+  std::filesystem::path report;  ///< file for a page of HTML beside the output; empty: none is made
 };
 
 /// Where it speaks. Lifetime: borrowed.

@@ -51,6 +51,7 @@ std::uint64_t SimulationSummary::Row::matched() const {
 void SimulationSummary::configured(const KLPopupConfig& configuration, const SimulationResult& result) {
   for (const auto& plan : configuration.popupPlanModels) {
     Row& row = rows_[plan->planKey()];
+    row.key = plan->planKey();
     row.name = printable(plan->cname.value_or(""));
     row.priority = plan->absolutePriority;
     row.id = plan->planID;
@@ -69,18 +70,21 @@ void SimulationSummary::tracked(const SimulationResult& result) {
   for (const PlanVerdict& verdict : result.verdicts) ++rows_[verdict.planKey].counts[static_cast<std::size_t>(verdict.verdict)];
 }
 
+std::vector<const SimulationSummary::Row*> SimulationSummary::rows() const {
+  std::vector<const Row*> rows;
+  for (const auto& [key, row] : rows_) rows.push_back(&row);
+  std::ranges::stable_sort(rows, std::ranges::greater{}, [](const Row* row) { return std::tuple(row->priority, row->id); });
+  return rows;
+}
+
 std::string SimulationSummary::table() const {
-  std::vector<const std::pair<const std::string, Row>*> rows;
-  for (const auto& row : rows_) rows.push_back(&row);
-  std::ranges::stable_sort(rows, std::ranges::greater{},
-                           [](const auto* row) { return std::tuple(row->second.priority, row->second.id); });
   // Two lines of headings: what the columns count, and which check refused.
   std::vector<Cells> lines{{"", "", "refused:", "display", "convert", "global", "plan", "", "", "global", "re-", "", "", ""},
                            {"plan", "events", "expired", "time", "window", "interval", "interval", "pattern", "matched", "limit",
                             "entry", "inhibited", "shown", "name"}};
-  for (const auto* entry : rows) {
-    const auto& [key, row] = *entry;
-    Cells cells{key, number(row.events())};
+  for (const Row* const plan : rows()) {
+    const Row& row = *plan;
+    Cells cells{row.key, number(row.events())};
     for (std::size_t i = 0; i < kVerdicts; ++i) {
       cells.push_back(number(row.counts[i]));
       if (static_cast<Verdict>(i) == Verdict::Pattern) cells.push_back(number(row.matched()));

@@ -15,16 +15,9 @@ namespace kaleo::tools {
 /// Counts what became of the events at each plan, for a table that people read. Threads: one.
 class SimulationSummary {
  public:
-  /// After a configuration: `configuration` is the one in force, `result` what came of it.
-  void configured(const KLPopupConfig& configuration, const SimulationResult& result);
-  void tracked(const SimulationResult& result);
-
-  /// The table: a row for each plan that any configuration had, those of high priority first. Every event that a plan listened to
-  /// counts in one column from "expired" to "shown", which follow the order of the checks; "matched" is what passed the pattern.
-  std::string table() const;
-
- private:
+  /// A plan.
   struct Row {
+    std::string key;  ///< the plan's id in decimal
     std::string name;
     std::int64_t priority = 0, id = 0;
     std::string leftOut;  ///< why the latest configuration's plan did not run; "" when it did
@@ -35,6 +28,19 @@ class SimulationSummary {
     std::uint64_t matched() const;
   };
 
+  /// After a configuration: `configuration` is the one in force, `result` what came of it.
+  void configured(const KLPopupConfig& configuration, const SimulationResult& result);
+  void tracked(const SimulationResult& result);
+
+  /// The table: a row for each plan that any configuration had, those of high priority first. Every event that a plan listened to
+  /// counts in one column from "expired" to "shown", which follow the order of the checks; "matched" is what passed the pattern.
+  std::string table() const;
+  /// The plans in the order of the table. Valid until the next call that counts.
+  std::vector<const Row*> rows() const;
+  std::uint64_t events() const { return events_; }
+  std::uint64_t popups() const { return popups_; }
+
+ private:
   std::map<std::string, Row> rows_;  ///< by plan key
   std::uint64_t events_ = 0, popups_ = 0;
 };

@@ -1,5 +1,8 @@
 #include "simulate/Simulator.h"
 
+#include <algorithm>
+#include <utility>
+
 #include <fmt/format.h>
 
 #include <limits>
@@ -125,7 +128,24 @@ void Simulator::track(const KLValue& record, SimulationResult& result) {
   threads_.run();
   result.shown = shown_;
   result.records = recorder_->take();
-  if (verdicts) result.verdicts = verdicts->after(result.records);
+  if (!verdicts) return;
+  result.verdicts = verdicts->after(result.records);
+  if (shown_) result.windows = windowsOf(*shown_, result.at);
+}
+
+std::vector<SimulatedWindow> Simulator::windowsOf(const std::string& planKey, double at) {
+  std::vector<SimulatedWindow> windows{{"on screen", at, at + options_.onScreenSeconds}};
+  const auto add = [&windows](const char* kind, const auto& window) {
+    if (window && window->endTime > window->startTime) windows.push_back({kind, window->startTime, window->endTime});
+  };
+  add("between any popups", manager_->trigger()->globalWindows().globalIntervalWindow());
+  const auto& plans = manager_->trigger()->planManager().sortedPlans();
+  const auto plan = std::ranges::find(plans, planKey, [](const auto& candidate) { return candidate->planId(); });
+  if (plan == plans.end()) return windows;
+  add("between its popups", (*plan)->popupIntervalWindow());
+  add("re-entry", std::as_const(**plan).reEnterWindow());
+  add("conversion", (*plan)->convertWindow());
+  return windows;
 }
 
 void Simulator::convert(const KLValue& conversion) {

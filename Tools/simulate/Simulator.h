@@ -21,14 +21,21 @@
 
 namespace kaleo::tools {
 
+/// A window that a popup opened.
+struct SimulatedWindow {
+  std::string kind;           ///< for people
+  double start = 0, end = 0;  ///< seconds since 1970
+};
+
 /// What came of a step.
 struct SimulationResult {
-  double at = 0;                           ///< when it was handled, seconds since 1970
-  SimulationRecorder::Records records;     ///< written meanwhile, in order
-  std::vector<std::string> plans;          ///< of a configuration: the plan keys in serving order
-  std::optional<std::string> event;        ///< of a tracked event: its name
-  std::optional<std::string> shown;        ///< of a tracked event: the key of the plan whose popup was shown
-  std::vector<PlanVerdict> verdicts = {};  ///< of a tracked event, when they were asked for
+  double at = 0;                              ///< when it was handled, seconds since 1970
+  SimulationRecorder::Records records;        ///< written meanwhile, in order
+  std::vector<std::string> plans;             ///< of a configuration: the plan keys in serving order
+  std::optional<std::string> event;           ///< of a tracked event: its name
+  std::optional<std::string> shown;           ///< of a tracked event: the key of the plan whose popup was shown
+  std::vector<PlanVerdict> verdicts = {};     ///< of a tracked event, when they were asked for
+  std::vector<SimulatedWindow> windows = {};  ///< of a shown popup, when verdicts were asked for
 };
 
 /// A whole library in virtual time: the library's own manager, trigger, plans and store, between a host, a server and a
@@ -39,7 +46,7 @@ class Simulator {
   struct Options {
     std::string timeZone;        ///< IANA name; empty: the machine's
     double onScreenSeconds = 0;  ///< how long each popup shows
-    bool wantsVerdicts = false;  ///< whether results carry verdicts
+    bool wantsVerdicts = false;  ///< whether results carry verdicts and windows
   };
 
   /// Starts the library at the instant `now`. Lifetime: borrows the store.
@@ -61,6 +68,8 @@ class Simulator {
   void show(const KLCampaign& campaign);
   void configure(const KLValue& answer, SimulationResult& result);
   void track(const KLValue& record, SimulationResult& result);
+  /// The windows of the plan whose popup was shown at `at`, as they stand after it.
+  std::vector<SimulatedWindow> windowsOf(const std::string& planKey, double at);
   void convert(const KLValue& conversion);
   void switchUser(const KLValue& user);
 

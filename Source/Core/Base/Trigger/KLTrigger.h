@@ -35,6 +35,7 @@ class KLTrigger {
 
   const std::shared_ptr<const KLPopupConfig>& popupConfig() const { return popupConfig_; }
   KLPlanManager& planManager() { return planManager_; }
+  const KLGlobalWindows& globalWindows() const { return globalWindows_; }
   KLConvertResults& convertResults() { return *convertResults_; }
 
   /// The plan in force with that id in decimal; null when there is none. Any thread.

@@ -57,6 +57,8 @@ class KLPlanManager {
   const Events& neededEvents() const { return neededEvents_; }
   /// Whether it is among them: one look-up.
   bool isNeededEvent(std::string_view eventName) const { return neededEventSet_.contains(eventName); }
+  using EventSet = std::unordered_set<std::string, KLTextHash, std::equal_to<>>;
+  const EventSet& neededEventSet() const { return neededEventSet_; }
   /// The event names of a plan; kept in eventsWithPlans.
   const Events& neededEventsInSinglePlan(const KLPopupPlanModel& model);
   /// The event names of the plan with that key; null when it was never seen. Plans that left the configuration stay known.
@@ -73,7 +75,7 @@ class KLPlanManager {
   std::shared_ptr<const KLPopupConfig> popupConfig_;
   Plans sortedPlans_;
   Events neededEvents_;
-  std::unordered_set<std::string, KLTextHash, std::equal_to<>> neededEventSet_;
+  EventSet neededEventSet_;
   std::unordered_map<std::string, Events, KLTextHash, std::equal_to<>> eventsWithPlans_;
   std::unordered_map<std::string, Listeners, KLTextHash, std::equal_to<>> listenersByEvent_;
 };

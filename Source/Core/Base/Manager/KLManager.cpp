@@ -1,6 +1,7 @@
 #include "Core/Base/Manager/KLManager.h"
 
 #include "Core/Base/Manager/KLCampaignTest.h"
+#include "Core/Model/KLEventName.h"
 
 namespace kaleo {
 
@@ -36,6 +37,15 @@ KLPresentationHooks KLManager::presentation() const {
 std::shared_ptr<const KLPopupPlanModel> KLManager::planWithIdentifier(const std::string& planID) const {
   const KLTrigger* const trigger = trigger_;
   return trigger ? trigger->planWithIdentifier(planID) : nullptr;
+}
+
+void KLManager::changePlans(std::function<void(KLManager&)> work) {
+  ++planChanges_;
+  triggerQueue_->async([weak = weak_from_this(), work = std::move(work)] {
+    const auto self = weak.lock();
+    if (self && !self->stopped_) work(*self);
+    if (self) --self->planChanges_;
+  });
 }
 
 void KLManager::stop() {
@@ -97,7 +107,7 @@ void KLManager::removeListeners() {
 }
 
 void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
-  if (!userInfo) return;
+  if (!userInfo || !mayConcernPlans(*userInfo)) return;
   triggerQueue_->async([weak = weak_from_this(), record = *userInfo] {
     const auto self = weak.lock();
     if (!self || self->stopped_) return;
@@ -105,14 +115,22 @@ void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
   });
 }
 
+// Without a change of plans under way, the plans in force now are those that the event will meet: what is queued later comes behind
+// it. So an event of no concern leaves nothing behind, however long a popup holds up the queue. A logger is to be told of it, in
+// its turn.
+bool KLManager::mayConcernPlans(const KLValue& record) const {
+  if (around_.log.isEnabled() || planChanges_ > 0) return true;
+  const KLTrigger* const trigger = trigger_;
+  const KLEventName name(record);
+  return !trigger || (name.isPresent() && trigger->isNeededEvent(name.text()));
+}
+
 void KLManager::switchUser() {
   around_.log.info("switch user, will clean memory data and fetch plans");
   ++userSwitches_;
-  triggerQueue_->async([weak = weak_from_this()] {
-    const auto self = weak.lock();
-    if (!self || self->stopped_) return;
-    if (KLTrigger* const trigger = self->trigger_) trigger->removePlans();
-    self->fetchPopupConfig();
+  changePlans([](KLManager& self) {
+    if (KLTrigger* const trigger = self.trigger_) trigger->removePlans();
+    self.fetchPopupConfig();
   });
 }
 
@@ -167,10 +185,7 @@ void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaign
       options()->apiBaseURL(),
       [weak = weak_from_this(), completion, switches = userSwitches_.load()](const auto& response, auto config) {
         if (const auto self = weak.lock()) {
-          self->triggerQueue_->async([weak, result = FetchResult{std::move(config), switches}] {
-            const auto manager = weak.lock();
-            if (manager && !manager->stopped_) manager->install(result);
-          });
+          self->changePlans([result = FetchResult{std::move(config), switches}](KLManager& manager) { manager.install(result); });
         }
         const KLValue* const plans = response ? response->find("popup_plans") : nullptr;
         completion({true, plans ? *plans : KLValue(KLValue::Array{}), std::nullopt});

@@ -78,10 +78,15 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   void removeListeners();
   void observe(const char* name, void (KLManager::*handler)());
   void trackEvent(const std::optional<KLValue>& userInfo);
+  /// False when no plan that the event can meet listens to it.
+  bool mayConcernPlans(const KLValue& record) const;
   void switchUser();
   void applicationDidEnterBackground();
   void applicationDidBecomeActive();
   void applicationDidFinishLaunching();
+
+  /// Queues work that may change the plans in force. None of it is done once the manager has stopped.
+  void changePlans(std::function<void(KLManager&)> work);
 
   // Refresh.
   void fetchPopupConfig();
@@ -99,6 +104,7 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   std::atomic<bool> hasCompleteInit_{false};
   std::atomic<bool> stopped_{false};
   std::atomic<std::uint64_t> userSwitches_{0};
+  std::atomic<int> planChanges_{0};        ///< queued or under way
   std::shared_ptr<KLWakeUp> firstAnswer_;  ///< raised by the first answer, and by `stop`
   mutable std::mutex mutex_;               ///< guards what follows
   std::shared_ptr<KLConfigOptions> options_;

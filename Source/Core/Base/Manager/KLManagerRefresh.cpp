@@ -27,10 +27,7 @@ void KLManager::fetchPopupConfig() {
   fetch([weak = weak_from_this()](FetchResult result) {
     const auto self = weak.lock();
     if (!self) return;
-    self->triggerQueue_->async([weak, result = std::move(result)] {
-      const auto manager = weak.lock();
-      if (manager && !manager->stopped_) manager->applyFetched(result);
-    });
+    self->changePlans([result = std::move(result)](KLManager& manager) { manager.applyFetched(result); });
   });
 }
 

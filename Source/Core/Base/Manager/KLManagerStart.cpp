@@ -11,15 +11,13 @@ constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
 }  // namespace
 
 void KLManager::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options) {
-  triggerQueue_->async([weak = weak_from_this(), options = std::move(options)] {
-    const auto self = weak.lock();
-    if (!self || self->stopped_) return;
-    KLSwizzler::swizzle(self->around_.host);
+  changePlans([options = std::move(options)](KLManager& self) {
+    KLSwizzler::swizzle(self.around_.host);
     {
-      std::lock_guard lock(self->mutex_);
-      self->options_ = options;
+      std::lock_guard lock(self.mutex_);
+      self.options_ = options;
     }
-    self->runStartSequence();
+    self.runStartSequence();
   });
   addListeners();
 }
@@ -114,10 +112,7 @@ void KLManager::takeStartResult(FetchResult result) {
       return;
     }
   }
-  triggerQueue_->async([weak = weak_from_this(), result = std::move(result)] {
-    const auto self = weak.lock();
-    if (self && !self->stopped_) self->applyFetched(result);
-  });
+  changePlans([result = std::move(result)](KLManager& self) { self.applyFetched(result); });
 }
 
 }  // namespace kaleo

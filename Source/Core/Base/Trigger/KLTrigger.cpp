@@ -44,11 +44,11 @@ void KLTrigger::setPopupConfig(std::shared_ptr<const KLPopupConfig> config) {
   around_.log.info("Set popup config for trigger");
   popupConfig_ = config ? std::move(config) : std::make_shared<const KLPopupConfig>();
   planManager_.setPopupConfig(popupConfig_);
-  auto plans = std::make_shared<PlansByKey>();
-  for (const auto& plan : planManager_.sortedPlans()) plans->emplace(plan->planId(), plan->sharedPlanModel());
+  Published published{.plans = {}, .neededEvents = planManager_.neededEventSet()};
+  for (const auto& plan : planManager_.sortedPlans()) published.plans.emplace(plan->planId(), plan->sharedPlanModel());
   {
-    std::lock_guard lock(plansMutex_);
-    plans_ = std::move(plans);
+    std::lock_guard lock(publishedMutex_);
+    std::swap(published_, published);
   }
   globalWindows_.loadGlobalWindow();
   convertResults_->reload();
@@ -57,10 +57,14 @@ void KLTrigger::setPopupConfig(std::shared_ptr<const KLPopupConfig> config) {
 void KLTrigger::removePlans() { setPopupConfig(popupConfig_->withoutPlans()); }
 
 std::shared_ptr<const KLPopupPlanModel> KLTrigger::planWithIdentifier(const std::string& planID) const {
-  std::lock_guard lock(plansMutex_);
-  if (!plans_) return nullptr;
-  const auto found = plans_->find(planID);
-  return found == plans_->end() ? nullptr : found->second;
+  std::lock_guard lock(publishedMutex_);
+  const auto found = published_.plans.find(planID);
+  return found == published_.plans.end() ? nullptr : found->second;
+}
+
+bool KLTrigger::isNeededEvent(std::string_view name) const {
+  std::lock_guard lock(publishedMutex_);
+  return published_.neededEvents.contains(name);
 }
 
 void KLTrigger::triggerEvent(const KLValue& record, double triggerTime) {

@@ -41,6 +41,9 @@ class KLTrigger {
   /// The plan in force with that id in decimal; null when there is none. Any thread.
   std::shared_ptr<const KLPopupPlanModel> planWithIdentifier(const std::string& planID) const;
 
+  /// Whether any plan of the configuration in force listens to that event. Any thread.
+  bool isNeededEvent(std::string_view name) const;
+
   /// Lets a waiting worker go and makes every later event pass without effect. Any thread.
   void stop();
 
@@ -71,9 +74,14 @@ class KLTrigger {
   double triggerTime_ = 0;
   KLNotificationCenter::Token didEnd_ = 0, didFail_ = 0;
 
-  using PlansByKey = std::map<std::string, std::shared_ptr<const KLPopupPlanModel>, std::less<>>;
-  mutable std::mutex plansMutex_;
-  std::shared_ptr<const PlansByKey> plans_;  ///< guarded by plansMutex_
+  /// What other threads may know of the plans in force. Only ever looked up under the lock, and swapped, so that no other thread
+  /// has to take an old one down.
+  struct Published {
+    std::map<std::string, std::shared_ptr<const KLPopupPlanModel>, std::less<>> plans;  ///< by plan id
+    KLPlanManager::EventSet neededEvents;
+  };
+  mutable std::mutex publishedMutex_;
+  Published published_;  ///< guarded by publishedMutex_
 };
 
 }  // namespace kaleo

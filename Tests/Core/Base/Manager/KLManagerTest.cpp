@@ -235,6 +235,40 @@ TEST_F(KLManagerTest, BackgroundStopsTheTimerAndReturnFetchesAtOnce) {
   EXPECT_EQ(session.size(), 3u);
 }
 
+TEST_F(KLManagerTest, EventsThatNoPlanCanMeetAreNotQueuedUnlessALoggerIsToBeTold) {
+  startWith(answer({plan(1, "Pay")}));
+  notifications.post(kKLApplicationDidEnterBackgroundNotification);  // no timer
+  threads.run();
+  ASSERT_TRUE(threads.isIdle());
+  const auto isQueued = [this](const char* name) {
+    notifications.post(kNimbraTrackEventNotification, event(name));
+    const bool queued = !threads.isIdle();
+    threads.run();
+    return queued;
+  };
+  EXPECT_TRUE(isQueued("Open"));
+  host.registry.registerNBLog(nullptr);
+  EXPECT_FALSE(isQueued("Open"));
+  notifications.post(kNimbraTrackEventNotification, KLValue("no record"));
+  EXPECT_TRUE(threads.isIdle());
+  EXPECT_TRUE(isQueued("Pay"));
+  EXPECT_THAT(shown, ElementsAre("1"));
+}
+
+TEST_F(KLManagerTest, AnEventMeetsThePlansThatItsTurnInTheQueueBrings) {
+  host.registry.registerNBLog(nullptr);
+  startWith(answer({plan(1, "Pay")}));
+  manager->fetchCampaignsWithCompletion({});
+  reply(answer({plan(2, "Open")}));
+  notifications.post(kNimbraTrackEventNotification, event("Open"));
+  threads.run();
+  EXPECT_THAT(shown, ElementsAre("2")) << "behind the configuration that needs it";
+  notifications.post(kNimbraTrackLoginNotification);
+  notifications.post(kNimbraTrackEventNotification, event("Open"));
+  threads.run();
+  EXPECT_THAT(shown, ElementsAre("2")) << "behind the login that empties the plans";
+}
+
 TEST_F(KLManagerTest, FetchOnDemandAnswersItsCaller) {
   std::vector<KLCampaignResponse> responses;
   const auto keep = [&](const KLCampaignResponse& response) { responses.push_back(response); };

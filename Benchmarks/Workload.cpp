@@ -153,15 +153,19 @@ KLValue answerWithTenListening(std::size_t plans) {
   return answerObject(std::move(list));
 }
 
-std::string largeAnswer() {
-  constexpr std::size_t kPlans = 1000;
+KLValue answerWithLayouts(std::size_t plans) {
   KLValue::Array list;
-  for (const Rule& rule : makeRules(kPlans)) {
+  for (const Rule& rule : makeRules(plans)) {
     KLObject plan = planObject(rule, eventName(list.size() % kEventNames));
     plan.set("popup_window_content", KLObject{{"content", layout(rule)}});
     list.push_back(std::move(plan));
   }
-  return KLJSON::serialize(answerObject(std::move(list)));
+  return answerObject(std::move(list));
+}
+
+std::string largeAnswer() {
+  constexpr std::size_t kPlans = 1000;
+  return KLJSON::serialize(answerWithLayouts(kPlans));
 }
 
 }  // namespace kaleo::bench

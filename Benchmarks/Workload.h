@@ -40,6 +40,8 @@ KLObject planObject(const Rule& rule, const std::string& event);
 KLValue answer(std::size_t plans, bool usesGlobalLimit = false);
 /// A server's answer with `plans` plans, of which the first 10 listen to name 0 and the others to names that nobody tracks.
 KLValue answerWithTenListening(std::size_t plans);
+/// As `answer`, with plans that carry layouts, 3 kB each.
+KLValue answerWithLayouts(std::size_t plans);
 /// The text of an answer with 1,000 plans that carry layouts, about 3 MB.
 std::string largeAnswer();
 

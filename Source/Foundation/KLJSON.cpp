@@ -105,7 +105,7 @@ std::vector<T> takenFrom(std::vector<T>& all, std::size_t first) {
 // Builds values. What belongs to arrays and objects that are still open is collected in two stacks that all of them share.
 class Reader {
  public:
-  // Of the arrays' elements, `value` becomes the array. What is open at an error stays where it is.
+  // `value` becomes the array of what `elements` gives. At an error, what is open stays in the stacks.
   error_code readArray(ondemand::array& elements, std::size_t depth, KLValue& value);
 
  private:

@@ -4,11 +4,15 @@
 #include <utility>
 
 #include "Core/Model/KLEventName.h"
+#include "Foundation/KLKeyedArchive.h"
 
 namespace kaleo::bench {
 namespace {
 
 constexpr const char* kUser = "server-user";
+// What a user has seen in a third of a year, none of it today.
+constexpr int kPopupsShown = 100;
+constexpr double kSecondsBetweenPopups = 90'000;
 
 }  // namespace
 
@@ -21,6 +25,7 @@ Library::Library(const KLValue& answer)
       user_, random_, network_, [] { return std::string("http://server"); }, [] { return KLShowCampaign(); }});
   const auto config = KLPopupConfig::fromResponseData(&answer, log_);
   useUpReEntries(*config);
+  if (config->globalLimitModel.isInUse) saveDisplayTimes();
   trigger_->setPopupConfig(config);
   threads_.run();
 }
@@ -38,6 +43,13 @@ void Library::useUpReEntries(const KLPopupConfig& config) {
 void Library::setObservers(bool recorder, bool logger) {
   diagnosis_.set(recorder ? std::make_shared<CountingDiagnosis>() : nullptr);
   registry_.registerNBLog(logger ? std::make_shared<CountingLog>() : nullptr);
+}
+
+void Library::saveDisplayTimes() {
+  KLValue::Array times;
+  for (int i = 0; i < kPopupsShown; ++i) times.emplace_back(clock_.now() - kSecondsBetweenPopups * (kPopupsShown - i));
+  store_.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, std::move(times)), kUser,
+                              KLDatabaseProperName::GlobalLimit);
 }
 
 Matched Library::match(const KLValue& event) {

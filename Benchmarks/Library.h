@@ -55,6 +55,8 @@ class Library {
 
  private:
   void useUpReEntries(const KLPopupConfig& config);
+  /// For the cap on all popups: those shown before.
+  void saveDisplayTimes();
 
   TemporaryDirectory directory_;
   testing::ManualThreading threads_;

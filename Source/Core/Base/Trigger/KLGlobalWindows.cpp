@@ -1,6 +1,7 @@
 #include "Core/Base/Trigger/KLGlobalWindows.h"
 
 #include <algorithm>
+#include <cmath>
 #include <iterator>
 
 #include "Core/Utils/KLJSONSerialization.h"
@@ -9,8 +10,13 @@
 namespace kaleo {
 namespace {
 
-auto isInside(const KLPlanWindow& window) {
-  return [start = window.startTime](const KLValue& time) { return quillon_doubleValue(&time) >= start; };
+// What is no number at all would lie inside no window.
+std::vector<double> sortedNumbers(const KLValue::Array& times) {
+  std::vector<double> numbers(times.size());
+  std::ranges::transform(times, numbers.begin(), [](const KLValue& time) { return quillon_doubleValue(&time); });
+  std::erase_if(numbers, [](double number) { return std::isnan(number); });
+  std::ranges::sort(numbers);
+  return numbers;
 }
 
 }  // namespace
@@ -49,26 +55,31 @@ KLGlobalWindows::DisplayTimes& KLGlobalWindows::displayTimes() {
   if (displayTimes_ && displayTimes_->userId == userId) return *displayTimes_;
   const auto data = around_.store.globalWindowWithUserId(userId, KLDatabaseProperName::GlobalLimit);
   const auto stored = data ? KLKeyedArchive::unarchive(*data, KLPopupGlobalLimit::kClassName) : std::nullopt;
-  return displayTimes_.emplace(DisplayTimes{std::move(userId), stored ? stored->asArray() : KLValue::Array{}});
+  const KLValue::Array& times = stored ? stored->asArray() : KLValue().asArray();
+  return displayTimes_.emplace(DisplayTimes{std::move(userId), times, sortedNumbers(times)});
 }
 
 const KLValue::Array& KLGlobalWindows::loadGlobalPopupTimeIntervals() { return displayTimes().times; }
 
 KLValue::Array KLGlobalWindows::popupIntervalsInLimitWindow(const KLPlanWindow& window) {
   KLValue::Array inside;
-  std::ranges::copy_if(loadGlobalPopupTimeIntervals(), std::back_inserter(inside), isInside(window));
+  std::ranges::copy_if(loadGlobalPopupTimeIntervals(), std::back_inserter(inside),
+                       [&](const KLValue& time) { return quillon_doubleValue(&time) >= window.startTime; });
   return inside;
 }
 
 std::size_t KLGlobalWindows::popupCountInLimitWindow(const KLPlanWindow& window) {
-  const auto count = static_cast<std::size_t>(std::ranges::count_if(loadGlobalPopupTimeIntervals(), isInside(window)));
+  const auto& sorted = displayTimes().sorted;
+  const auto count = static_cast<std::size_t>(sorted.end() - std::ranges::lower_bound(sorted, window.startTime));
   around_.log.info("Popup had display {} times in global limit window", count);
   return count;
 }
 
 void KLGlobalWindows::saveGlobalPopupData() {
-  auto& [userId, times] = displayTimes();
-  times.emplace_back(around_.time.clock.now());
+  auto& [userId, times, sorted] = displayTimes();
+  const double now = around_.time.clock.now();
+  times.emplace_back(now);
+  sorted.insert(std::ranges::upper_bound(sorted, now), now);
   around_.store.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, times), userId,
                                      KLDatabaseProperName::GlobalLimit);
 }

@@ -38,7 +38,8 @@ class KLGlobalWindows {
  private:
   struct DisplayTimes {
     std::string userId;
-    KLValue::Array times;
+    KLValue::Array times;        ///< as stored
+    std::vector<double> sorted;  ///< the same as numbers, in the order of time: what is asked for each limit, plan and event
   };
 
   void saveGlobalIntervalWindow();

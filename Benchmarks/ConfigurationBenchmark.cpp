@@ -1,5 +1,4 @@
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 #include <simdjson.h>
 
 #include <memory>
@@ -8,6 +7,7 @@
 
 #include "Core/Model/KLPopupConfig.h"
 #include "Foundation/KLJSON.h"
+#include "Memory.h"
 #include "Workload.h"
 
 // A configuration of 1,000 plans, from the bytes of the answer to plans ready to decide.
@@ -23,11 +23,6 @@ const std::string& answerText() {
 std::shared_ptr<KLPopupConfig> parsedConfig(const KLLog& log) {
   const auto answer = KLJSON::parse(answerText());
   return KLPopupConfig::fromResponseData(&*answer, log);
-}
-
-std::size_t bytesInUse() {
-  const struct mallinfo2 info = mallinfo2();
-  return info.uordblks + info.hblkhd;
 }
 
 void parseBySimdjson(benchmark::State& state) {

@@ -9,6 +9,10 @@ constexpr double kMatchingTimes = 3.5;
 constexpr double kConfigurationTimes = 4;
 constexpr double kSaveTimes = 2;
 constexpr double kUnneededNanoseconds = 100;
+constexpr double kPictureTimes = 1.1;
+constexpr double kCacheNanoseconds = 1'000;
+constexpr double kFirstTextNanoseconds = 40'000;
+constexpr double kSameTextNanoseconds = 1'000;
 constexpr int kPlans[] = {10, 100, 1'000, 10'000};
 
 std::string duration(double nanoseconds) {
@@ -52,6 +56,33 @@ void Summary::judge(const std::string& what, const std::string& name, const std:
   fmt::print("{:<58} {} ({})\n", "", reached ? "within the goal" : "MISSES THE GOAL", goal);
 }
 
+void Summary::reach(const std::string& what, const std::string& name, double nanoseconds) const {
+  const Measured* const measured = find(name);
+  if (!measured) return;
+  const bool reached = measured->nanoseconds <= nanoseconds;
+  fmt::print("{:<58} {:>9}, {} ({})\n", what, duration(measured->nanoseconds), reached ? "within the goal" : "MISSES THE GOAL",
+             duration(nanoseconds));
+}
+
+void Summary::printPictures() const {
+  judge("A JPEG of 1080 x 1920", "picture/jpeg", "floor/jpeg", kPictureTimes, 0);
+  judge("A PNG of 1080 x 1920", "picture/png", "floor/png", kPictureTimes, 0);
+  judge("A GIF of 60 frames of 300 x 300, all of them", "picture/gif", "floor/gif", kPictureTimes, 0);
+  if (const Measured* const gif = find("picture/gif")) {
+    fmt::print("It holds {:.2f} MB: its file of {:.2f} MB, and {:.1f} canvases\n", gif->counters.at("held") / 1e6,
+               gif->counters.at("file") / 1e6, (gif->counters.at("held") - gif->counters.at("file")) / gif->counters.at("canvas"));
+  }
+  reach("A picture out of the memory cache", "picture/memory_cache", kCacheNanoseconds);
+}
+
+void Summary::printLayout() const {
+  compare("A popup of 200 elements, without measuring texts", "layout/unmeasured", "layout/json");
+  compare("The same, its 66 texts measured for the first time", "layout/measured", "layout/json");
+  compare("The same, its texts measured before", "layout/measured_before", "layout/json");
+  reach("A text of 200 characters, measured first", "text/first", kFirstTextNanoseconds);
+  reach("The same text again", "text/again", kSameTextNanoseconds);
+}
+
 void Summary::printMemory() const {
   const Measured* const plans = find("configuration/plans");
   if (!plans) return;
@@ -61,7 +92,7 @@ void Summary::printMemory() const {
 }
 
 void Summary::print() const {
-  fmt::print("\nMedians of this run, an event each but for the configuration:\n");
+  fmt::print("\nMedians of this run, an event each but for configuration, pictures and layout:\n");
   for (const int plans : kPlans) {
     const auto with = [plans](const char* name) { return fmt::format("{}/{}", name, plans); };
     judge(fmt::format("Matching alone, {} plans", plans), with("library/match"), with("floor/match"), kMatchingTimes, 0);
@@ -86,6 +117,8 @@ void Summary::print() const {
   compare("Bytes to values only", "configuration/value", "configuration/simdjson");
   printMemory();
   printStore();
+  printPictures();
+  printLayout();
 }
 
 void Summary::printStore() const {

@@ -25,8 +25,12 @@ class Summary : public benchmark::ConsoleReporter {
   /// "`what`: A, B times `floorName`", and whether that is within `times` or `nanoseconds`.
   void compare(const std::string& what, const std::string& name, const std::string& floor) const;
   void judge(const std::string& what, const std::string& name, const std::string& floor, double times, double nanoseconds) const;
+  /// "`what`: A", and whether that is within `nanoseconds`.
+  void reach(const std::string& what, const std::string& name, double nanoseconds) const;
   void printMemory() const;
   void printStore() const;
+  void printPictures() const;
+  void printLayout() const;
 
   std::map<std::string, Measured> medians_;  ///< by benchmark name without its repetitions
 };

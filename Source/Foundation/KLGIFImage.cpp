@@ -1,6 +1,9 @@
 #include "Foundation/KLGIFImage.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
+#include <cstring>
 #include <mutex>
 #include <utility>
 
@@ -15,6 +18,9 @@ namespace {
 constexpr std::size_t kMomentsHeld = 3;
 
 using Canvas = std::shared_ptr<const KLPixels>;
+
+/// A frame's colours by index, as they are stored in pixels. 0: the index leaves the canvas as it is.
+using Colours = std::array<std::uint32_t, 256>;
 
 /// A frame's area as far as it lies on the canvas.
 struct Area {
@@ -121,21 +127,29 @@ class GIFImage final : public KLImage {
   std::pair<Canvas, int> draw(const KLGIFFrame& frame, const Canvas& before) const {
     auto canvas = std::make_shared<KLPixels>(*before);
     const Area area = visibleArea(frame, file_);
+    const Colours colours = coloursOf(frame);
     const int rows = KLReadGIFRows(data_, file_, frame, [&](int y, std::span<const std::uint8_t> indices) {
-      if (frame.top + y < area.bottom) drawRow(frame, indices, pixelAt(*canvas, area.left, frame.top + y), area.right - area.left);
+      if (frame.top + y >= area.bottom) return;
+      drawRow(colours, indices, pixelAt(*canvas, area.left, frame.top + y), area.right - area.left);
     });
     return {std::move(canvas), rows};
   }
 
-  void drawRow(const KLGIFFrame& frame, std::span<const std::uint8_t> indices, std::uint8_t* target, int width) const {
-    for (int x = 0; x < width; ++x, target += kKLBytesPerPixel) {
-      const int index = indices[static_cast<std::size_t>(x)];
-      if (index == frame.transparentIndex || index >= frame.paletteSize) continue;
+  Colours coloursOf(const KLGIFFrame& frame) const {
+    Colours colours{};
+    for (int index = 0; index < std::min<int>(frame.paletteSize, colours.size()); ++index) {
       const auto* colour = data_.data() + frame.paletteOffset + std::size_t{3} * static_cast<unsigned>(index);
-      target[0] = colour[0];
-      target[1] = colour[1];
-      target[2] = colour[2];
-      target[3] = 255;
+      if (index == frame.transparentIndex) continue;
+      const std::array<std::uint8_t, 4> pixel{colour[0], colour[1], colour[2], 255};
+      colours[static_cast<std::size_t>(index)] = std::bit_cast<std::uint32_t>(pixel);
+    }
+    return colours;
+  }
+
+  static void drawRow(const Colours& colours, std::span<const std::uint8_t> indices, std::uint8_t* target, int width) {
+    for (int x = 0; x < width; ++x, target += kKLBytesPerPixel) {
+      const std::uint32_t colour = colours[indices[static_cast<std::size_t>(x)]];
+      if (colour != 0) std::memcpy(target, &colour, kKLBytesPerPixel);
     }
   }
 

@@ -79,8 +79,10 @@ inline KLBytes makePNG(spng_ihdr header, const std::vector<std::uint8_t>& sample
   return bytes;
 }
 
-/// `channels` bytes a pixel: 1 grey, 3 RGB, 4 CMYK (stored as given, with the marker of Adobe, so that 255 is no ink).
-inline KLBytes makeJPEG(int width, int height, int channels, const std::vector<std::uint8_t>& samples, const KLBytes& exif = {}) {
+/// `channels` bytes a pixel: 1 grey, 3 RGB, 4 CMYK (stored as given, with the marker of Adobe, so that 255 is no ink). A quality
+/// below 100 halves the resolution of the colours, as cameras do.
+inline KLBytes makeJPEG(int width, int height, int channels, const std::vector<std::uint8_t>& samples, const KLBytes& exif = {},
+                        int quality = 100) {
   jpeg_compress_struct info{};
   jpeg_error_mgr errors{};
   info.err = jpeg_std_error(&errors);
@@ -93,13 +95,15 @@ inline KLBytes makeJPEG(int width, int height, int channels, const std::vector<s
   info.input_components = channels;
   info.in_color_space = channels == 1 ? JCS_GRAYSCALE : channels == 3 ? JCS_RGB : JCS_CMYK;
   jpeg_set_defaults(&info);
-  jpeg_set_quality(&info, 100, TRUE);
-  for (int i = 0; i < info.num_components; ++i) info.comp_info[i].h_samp_factor = info.comp_info[i].v_samp_factor = 1;
+  jpeg_set_quality(&info, quality, TRUE);
+  for (int i = 0; quality == 100 && i < info.num_components; ++i) {
+    info.comp_info[i].h_samp_factor = info.comp_info[i].v_samp_factor = 1;
+  }
   jpeg_start_compress(&info, TRUE);
   if (!exif.empty()) jpeg_write_marker(&info, JPEG_APP0 + 1, exif.data(), static_cast<unsigned>(exif.size()));
+  auto rows = samples;  // libjpeg takes no constant ones
   for (int y = 0; y < height; ++y) {
-    auto row = samples;
-    JSAMPROW line = row.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width * channels);
+    JSAMPROW line = rows.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width * channels);
     jpeg_write_scanlines(&info, &line, 1);
   }
   jpeg_finish_compress(&info);

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 constexpr const char* kServedFile = "user_popup_configs.json";
 constexpr const char* kNoLayout =
     R"(there is no layout in here: neither a "template", nor a plan's "popup_window_content", nor a "content" with the layout as text)";
+constexpr const char* kConfiguration = "this is a whole configuration; take one of its \"popup_plans\", or a layout";
 
 const KLValue* objectFor(const KLValue& value, const char* key) {
   const KLValue* found = value.find(key);
@@ -69,7 +70,7 @@ class Reader {
       return finished(parse(content->asString(), name), file, name);
     }
     const KLValue* served = value.find("layout");
-    if (!served || !served->isString()) fail(file.string(), kNoLayout);
+    if (!served || !served->isString()) fail(file.string(), value.find("popup_plans") ? kConfiguration : kNoLayout);
     const fs::path layout = base_ / "layouts" / served->asString();
     return finished(parseFile(layout), layout, layout.string());
   }

@@ -35,7 +35,12 @@ class FrameScope {
   Frame frame_;
 };
 
-std::string suffix(const std::string& label) { return label.substr(label.rfind('.') + 1); }
+/// The last part of a label that is no object's address: "TimerQueue" of "org.kaleo.TimerQueue.0x55d0".
+std::string suffix(std::string label) {
+  const std::size_t last = label.rfind('.');
+  if (last != label.npos && label.compare(last + 1, 2, "0x") == 0) label.resize(last);
+  return label.substr(label.rfind('.') + 1);
+}
 
 }  // namespace
 

@@ -70,6 +70,9 @@ TEST_F(KLThreadsTest, ThreadsBearTheLabelsSuffixAndTakeNoSignals) {
     pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
   });
   EXPECT_STREQ(name, "aSuffixThatIsTo");
+  const auto ofAnObject = threading.makeSerialQueue("com.example.aQueue.0x7ffd10");
+  ofAnObject->sync([&] { pthread_getname_np(pthread_self(), name, sizeof name); });
+  EXPECT_STREQ(name, "aQueue");
   EXPECT_TRUE(sigismember(&blocked, SIGTERM));
   pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
   EXPECT_FALSE(sigismember(&blocked, SIGTERM));

@@ -90,14 +90,14 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
     return *database_;
   }
 
-  /// Nothing for what cannot be encrypted, such as "". Nothing can be kept under such an id, and trying again does not help.
-  std::optional<std::string> encryptString(const std::string& text) {
+  /// Null for what cannot be encrypted, such as "". Nothing can be kept under such an id, and trying again does not help.
+  /// Lifetime: that of `text`, and no longer than the present task of the queue.
+  const std::string* encryptString(const std::string& text) {
     database();
-    if (!encryptor_) return text;
-    const auto known = encryptedIds_.find(text);
-    if (known != encryptedIds_.end()) return known->second;
-    if (encryptedIds_.size() >= kMaxKnownIds) encryptedIds_.clear();
-    return encryptedIds_.emplace(text, encryptor_->encryptString(text)).first->second;
+    if (!encryptor_) return &text;
+    const auto [known, isNew] = encryptedIds_.try_emplace(text);
+    if (isNew) known->second = encryptor_->encryptString(text);
+    return known->second ? &*known->second : nullptr;
   }
 
   std::optional<std::string> decryptString(const std::optional<std::string>& text) const {
@@ -130,6 +130,7 @@ class KaleoDataStore::State : public std::enable_shared_from_this<State> {
   /// Writes all that waits: in one transaction, and one by one when that fails, so that a write that cannot be made takes no other
   /// with it. Either way each is tried `kRepeatCount` times at most.
   void writeQueued() {
+    if (encryptedIds_.size() > kMaxKnownIds) encryptedIds_.clear();
     const auto tasks = writes_.take();
     if (tasks.empty()) return;
     for (int triesLeft = kRepeatCount - 1; triesLeft >= 0; --triesLeft) {

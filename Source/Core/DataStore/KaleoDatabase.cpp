@@ -94,6 +94,7 @@ bool KaleoDatabase::migrate() {
 bool KaleoDatabase::beginTransaction() {
   transaction_.reset();
   if (!preCheck()) return false;
+  transactionProject_ = surroundings_.bridge.project();
   transaction_.emplace(file_.connection());
   if (transaction_->isBegun()) return true;
   file_.logFailure("Failed to begin transaction, error:");

@@ -20,7 +20,7 @@ namespace kaleo {
 struct KLDatabaseSurroundings {
   const KLLog& log;
   const KLClock& clock;
-  const NBBridge& bridge;  ///< asked for the host's project at each operation
+  const NBBridge& bridge;  ///< asked for the host's project at each operation, and once for a transaction
 };
 
 /// The one database and every operation on it: the map from distinct ids to user ids (Users), configurations and global windows of
@@ -98,7 +98,7 @@ class KaleoDatabase {
  private:
   bool replaceFile();
   double timestamp() const { return surroundings_.clock.now(); }
-  std::string project() const { return surroundings_.bridge.project(); }
+  std::string project() const { return transaction_ ? transactionProject_ : surroundings_.bridge.project(); }
   bool isWritten() const { return file_.connection().changes() > 0; }
   template <class... Values>
   bool rowExists(const std::string& sql, const Values&... values);
@@ -124,6 +124,7 @@ class KaleoDatabase {
   KLDatabaseFile file_;
   KLDatabaseSchema schema_;
   std::optional<KLSQLiteTransaction> transaction_;
+  std::string transactionProject_;
 };
 
 }  // namespace kaleo

@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using Name = KLDatabaseProperName;
 
-constexpr int kWrites = 30;
+constexpr int kWrites = 12;
 
 class KaleoDataStoreSharingTest : public StoreFixture {
  protected:
@@ -67,7 +67,7 @@ class KaleoDataStoreSharingTest : public StoreFixture {
 };
 
 TEST_F(KaleoDataStoreSharingTest, TwoProcessesStartAndWriteAtOnce) {
-  for (int round = 0; round < 6; ++round) {
+  for (int round = 0; round < 4; ++round) {
     wasFirstRelease = round % 2 == 1;
     fs::remove(file);
     fs::remove(keyFile);

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "Core/Base/Support/KLDiagnosisSlot.h"
 
 namespace kaleo::testing {
 

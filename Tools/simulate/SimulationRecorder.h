@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "kaleo/KLDiagnosis.h"
 
 namespace kaleo::tools {
 

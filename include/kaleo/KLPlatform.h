@@ -6,6 +6,7 @@
 #include <string>
 
 #include "kaleo/KLClock.h"
+#include "kaleo/KLDiagnosis.h"
 #include "kaleo/KLExport.h"
 #include "kaleo/KLHTTPSession.h"
 #include "kaleo/KLHost.h"
@@ -67,6 +68,8 @@ struct KALEO_API KLPlatform {
   /// The plain console, for the line that is not the host logger's: how long a plan's display times took to check. Empty: the line
   /// is left out. `standard` prints to standard error.
   KLConsole console;
+  /// The recorder of decisions; null: nothing is recorded.
+  std::shared_ptr<KLDiagnosis> diagnosis;
   /// IANA name; empty: the machine's.
   std::string timeZone;
 

@@ -9,7 +9,7 @@
 #include <string>
 
 #include "Core/Base/Log/KLLog.h"
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KLDatabaseTypes.h"
 #include "Core/Model/KLPopupConfig.h"
 #include "Core/Nimbra/KLStoreManager.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Core/Base/Log/KLLog.h"
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Core/Model/KLMatcherTable.h"
 #include "Core/Model/KLPlanWindows.h"

@@ -51,7 +51,7 @@ KLManagerSurroundings KLLibrary::managerSurroundings() {
           *platform_.reachability,
           platform_.directories,
           [this] { return makePresentation(); },
-          {},
+          [this] { return platform_.diagnosis; },
           platform_.console};
 }
 

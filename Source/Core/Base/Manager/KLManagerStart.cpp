@@ -1,4 +1,5 @@
 #include "Core/Base/Manager/KLManager.h"
+#include "Core/Base/Support/KLGuardedDiagnosis.h"
 #include "Core/DataStore/Migration/KLDataMigrateHelper.h"
 #include "Core/Nimbra/KLEventTracker.h"
 
@@ -30,6 +31,7 @@ void KLManager::runStartSequence() {
   }
   if (around_.makeDiagnosis) {
     if (auto recorder = around_.makeDiagnosis()) {
+      recorder = std::make_shared<KLGuardedDiagnosis>(std::move(recorder));
       recorder->setDiagnosisExpiration(options()->diagnosisExpiration());
       recorder->addDiagnostor();
       around_.diagnosis.set(std::move(recorder));

@@ -5,7 +5,7 @@
 
 #include "Core/Base/Log/KLLog.h"
 #include "Core/Base/Network/KLNetwork.h"
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Core/Nimbra/KLStoreManager.h"
 #include "Core/Nimbra/KaleoUser.h"

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "Core/Base/Log/KLLog.h"
-#include "Core/Base/Support/KLDiagnosis.h"
+#include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Core/Model/KLPopupConfig.h"
 #include "Core/Nimbra/KLStoreManager.h"

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <atomic>
-#include <memory>
-#include <optional>
 #include <string>
 
+#include "kaleo/KLExport.h"
 #include "kaleo/KLValue.h"
 
 namespace kaleo {
@@ -33,41 +31,32 @@ enum class KLDiagnosisState : int {
 /// What kind of step a record belongs to.
 enum class KLDiagnosisType : int { Config = 0, Trigger = 1 };
 
-/// The recorder of decisions. Optional: without one every decision is the same and nothing is recorded. Port.
-/// Threads: the trigger queue, but `verifyDatabaseFile`, which comes from the thread that makes the data store, and
-/// `saveUserId` and the configuration's record, which may come from the network's thread while the trigger queue waits.
-class KLDiagnosis {
+/// The recorder of decisions: told of each plan that did not show why it did not. Optional: without one every decision is the same
+/// and nothing is recorded. Port. Times in records are whole milliseconds since 1970.
+/// Threads: the library's worker, but `verifyDatabaseFile`, which may come from another thread of the library. One call at a time.
+/// The worker waits for each call, so a recorder with more to do than to take note does it elsewhere.
+class KALEO_API KLDiagnosis {
  public:
   virtual ~KLDiagnosis() = default;
+  KLDiagnosis(const KLDiagnosis&) = delete;
+  KLDiagnosis& operator=(const KLDiagnosis&) = delete;
+
+  /// Records older than this may be discarded.
   virtual void setDiagnosisExpiration(double seconds) = 0;
-  /// Registers this library with the recorder, under kKLDiagnostorIdentifier.
+  /// Registers this library with the recorder, under kKLDiagnostorIdentifier. Once, during the start.
   virtual void addDiagnostor() = 0;
+  /// `content` is an object with at least kQuillonDiagnosticInfoKeyMessage.
   virtual void addContent(const KLValue& content, KLDiagnosisState state, KLDiagnosisType type) = 0;
+  /// The same about the plan with the id `entityId`.
   virtual void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) = 0;
   /// Decides by the configuration's condition whether and what to upload; null: the configuration had none.
   virtual void flushWithCondition(const KLValue* condition) = 0;
   virtual void saveJourneyId(const std::string& journeyId, const std::string& userId, const std::string& entityId) = 0;
   virtual void saveUserId(const std::string& userId, const std::string& distinctId) = 0;
   virtual void verifyDatabaseFile(const std::string& path) = 0;
+
+ protected:
+  KLDiagnosis() = default;
 };
-
-/// The place of one library's recorder, empty until (and unless) one is made.
-/// Threads: set once during start, read from any thread.
-class KLDiagnosisSlot {
- public:
-  /// The recorder or null: build a record only when there is one.
-  KLDiagnosis* get() const { return recorder_.load(std::memory_order_acquire); }
-  void set(std::shared_ptr<KLDiagnosis> recorder) {
-    owner_ = std::move(recorder);
-    recorder_.store(owner_.get(), std::memory_order_release);
-  }
-
- private:
-  std::shared_ptr<KLDiagnosis> owner_;
-  std::atomic<KLDiagnosis*> recorder_{nullptr};
-};
-
-/// Seconds since 1970 as the whole milliseconds that records carry, within what 64 bits hold.
-inline std::int64_t KLMilliseconds(double seconds) { return KLValue(seconds * 1000).asInteger(); }
 
 }  // namespace kaleo

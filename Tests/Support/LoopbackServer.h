@@ -20,7 +20,7 @@ class LoopbackServer {
   /// Another kind of server, such as one with TLS.
   template <class AddRoutes>
   LoopbackServer(std::unique_ptr<httplib::Server> server, AddRoutes addRoutes) : server_(std::move(server)) {
-    constexpr std::size_t kThreads = 32;
+    constexpr std::size_t kThreads = 64;
     constexpr std::size_t kRequestsOfAConnection = 1000;
     constexpr time_t kIdleSeconds = 1;
     server_->new_task_queue = [] { return new httplib::ThreadPool(kThreads); };

@@ -32,9 +32,13 @@ class KALEO_API Kaleo {
   /// Starts the library, once for the process: options that are missing or have no base URL are refused with a log line, and a
   /// call after a successful one does nothing.
   static void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
-  /// Shows a test popup when `url` is a deep link for one. Answers whether it was.
+  /// Shows a test popup when `url` is a deep link for one: host "popupwindow", and in its query "kl_popup_test" (true) and
+  /// "popup_window_id". Answers whether it was; what the server says to it shows later, or not at all. False before the start.
   static bool handleOpenURL(const std::string& url);
-  /// Fetches the configuration now. `completion` runs on a thread of the library.
+  /// Fetches the configuration now. `completion` runs once, on a thread of the library, possibly before the plans are in force;
+  /// while the start is not over it runs inside this call, with error 1007. It does not run when the host knows no user or the base
+  /// URL is none, as nothing is asked for then, nor when the library ends first. A failure by the server's status alone has no
+  /// error.
   static void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
   /// The library's version, dotted.
   static std::string SDKVersion();
@@ -57,8 +61,9 @@ class KALEO_API KaleoInstance {
   KaleoInstance(const KaleoInstance&) = delete;
   KaleoInstance& operator=(const KaleoInstance&) = delete;
 
-  /// Answers whether the library has started by this call.
+  /// Answers whether the library has started by this call. The rest of the start runs on the library's own threads.
   bool startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  /// These as in `Kaleo`.
   bool handleOpenURL(const std::string& url);
   void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
   bool isSupportedNBVersion() const;

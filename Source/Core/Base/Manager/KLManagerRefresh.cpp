@@ -41,7 +41,9 @@ void KLManager::applyFetched(const FetchResult& result) {
   fetchPopupConfigWithInterval(options()->fetchPlansInterval());
 }
 
+// An answer that comes while the application is in the background starts no timer; the return does.
 void KLManager::fetchPopupConfigWithInterval(double seconds) {
+  if (appRelaunched_) return;
   if (timer_ && seconds == options()->fetchPlansInterval()) return;
   makeTimer(seconds, seconds);
 }

@@ -20,7 +20,10 @@ struct KLRepeatingTimer::State : std::enable_shared_from_this<State> {
     std::lock_guard lock(mutex);
     if (!valid) return;
     const auto handler = eventHandler;  // lives on when the handler invalidates its own timer
-    if (handler) handler();
+    try {
+      if (handler) handler();
+    } catch (...) {  // one firing's fault must not stop the next
+    }
     if (!repeats) invalidate();
   }
 
@@ -48,7 +51,7 @@ KLRepeatingTimer::KLRepeatingTimer(KLThreading& threading, double fireTime, doub
     : state_(std::make_shared<State>()),
       queue_(threading.makeSerialQueue(fmt::format("org.kaleo.TimerQueue.{}", fmt::ptr(state_.get())))) {
   state_->repeats = repeats;
-  state_->interval = std::max(interval, kMinimumInterval);
+  state_->interval = interval > kMinimumInterval ? interval : kMinimumInterval;  // also for what is no number
   state_->eventHandler = std::move(eventHandler);
   state_->schedule(queue_, std::max(fireTime, 0.0));
 }

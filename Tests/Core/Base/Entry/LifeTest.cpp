@@ -16,7 +16,7 @@ using testing::Application;
 using testing::layout;
 using testing::popupPlan;
 
-constexpr int kSwitches = 30;
+constexpr int kSwitches = 50;
 
 /// Answers user "N" with the one plan N, which fires at "Pay". Once told so, it keeps what is asked for until all users have asked,
 /// and then answers the latest first.
@@ -156,6 +156,19 @@ struct ThrowingTracker : NBEventTracker {
   void setTrackEventHook(Hook) override { throw std::runtime_error("setTrackEventHook"); }
 };
 
+struct ThrowingDiagnosis : KLDiagnosis {
+  void setDiagnosisExpiration(double) override { throw std::runtime_error("setDiagnosisExpiration"); }
+  void addDiagnostor() override { throw std::runtime_error("addDiagnostor"); }
+  void addContent(const KLValue&, KLDiagnosisState, KLDiagnosisType) override { throw std::runtime_error("addContent"); }
+  void addContent(const KLValue&, const std::string&, KLDiagnosisState, KLDiagnosisType) override {
+    throw std::runtime_error("addContent");
+  }
+  void flushWithCondition(const KLValue*) override { throw std::runtime_error("flushWithCondition"); }
+  void saveJourneyId(const std::string&, const std::string&, const std::string&) override { throw std::runtime_error("journey"); }
+  void saveUserId(const std::string&, const std::string&) override { throw std::runtime_error("saveUserId"); }
+  void verifyDatabaseFile(const std::string&) override { throw std::runtime_error("verifyDatabaseFile"); }
+};
+
 TEST_F(LifeTest, HostThatThrowsFromEveryCallback) {
   for (const bool knowsUser : {true, false}) {
     Application::Setup setup = userZero();
@@ -164,6 +177,7 @@ TEST_F(LifeTest, HostThatThrowsFromEveryCallback) {
       platform.host->registerNBLog(std::make_shared<ThrowingLog>());
       platform.host->registerNBStoreManager(std::make_shared<ThrowingStore>());
       platform.host->registerNBEventTracker(std::make_shared<ThrowingTracker>());
+      platform.diagnosis = std::make_shared<ThrowingDiagnosis>();
     };
     Application application(setup);
     application.start();

@@ -269,6 +269,19 @@ TEST_F(KLManagerTest, AnEventMeetsThePlansThatItsTurnInTheQueueBrings) {
   EXPECT_THAT(shown, ElementsAre("2")) << "behind the login that empties the plans";
 }
 
+TEST_F(KLManagerTest, AnswerInTheBackgroundIsInstalledAndStartsNoTimer) {
+  startWith(answer({}));
+  threads.advance(600);
+  notifications.post(kKLApplicationDidEnterBackgroundNotification);
+  threads.run();
+  reply(answer({plan(1, "Pay")}));
+  threads.run();
+  threads.advance(5000);
+  EXPECT_EQ(session.size(), 2u);
+  track("Pay");
+  EXPECT_THAT(shown, ElementsAre("1"));
+}
+
 TEST_F(KLManagerTest, FetchOnDemandAnswersItsCaller) {
   std::vector<KLCampaignResponse> responses;
   const auto keep = [&](const KLCampaignResponse& response) { responses.push_back(response); };

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <future>
+#include <limits>
 
 #include "Foundation/KLThreads.h"
 #include "Support/ManualThreading.h"
@@ -46,12 +47,25 @@ TEST(KLRepeatingTimer, NothingFiresAfterInvalidate) {
   EXPECT_EQ(fired, 2);
 }
 
-TEST(KLRepeatingTimer, PeriodOfZeroDoesNotSpin) {
+TEST(KLRepeatingTimer, NoPeriodMakesItSpin) {
+  for (const double period : {0.0, -1.0, std::numeric_limits<double>::quiet_NaN()}) {
+    testing::ManualThreading threads;
+    int fired = 0;
+    KLRepeatingTimer timer(threads, 0, period, true, [&] { ++fired; });
+    threads.advance(10);
+    EXPECT_EQ(fired, 11) << period;
+  }
+}
+
+TEST(KLRepeatingTimer, HandlerThatThrowsFiresAgain) {
   testing::ManualThreading threads;
   int fired = 0;
-  KLRepeatingTimer timer(threads, 0, 0, true, [&] { ++fired; });
-  threads.advance(10);
-  EXPECT_EQ(fired, 11);
+  KLRepeatingTimer timer(threads, 5, 5, true, [&] {
+    ++fired;
+    throw 1;
+  });
+  threads.advance(16);
+  EXPECT_EQ(fired, 3);
 }
 
 TEST(KLRepeatingTimer, InvalidateWaitsForAHandlerOnAnotherThread) {

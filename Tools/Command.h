@@ -25,5 +25,7 @@ Command previewCommand(CLI::App& kaleo);
 Command serveCommand(CLI::App& kaleo);
 /// `kaleo simulate`: recorded events through the library, in virtual time.
 Command simulateCommand(CLI::App& kaleo);
+/// `kaleo run`: the whole library in the terminal, in real time.
+Command runCommand(CLI::App& kaleo);
 
 }  // namespace kaleo::tools

@@ -10,6 +10,7 @@ int main(int argc, char** argv) {
       kaleo::tools::inspectCommand(kaleo),
       kaleo::tools::manualCommand(kaleo),
       kaleo::tools::previewCommand(kaleo),
+      kaleo::tools::runCommand(kaleo),
       kaleo::tools::serveCommand(kaleo),
       kaleo::tools::simulateCommand(kaleo),
   };

@@ -1,5 +1,3 @@
-#include <signal.h>
-
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -7,6 +5,7 @@
 
 #include "Command.h"
 #include "serve/PopupServer.h"
+#include "system/EndSignals.h"
 
 namespace kaleo::tools {
 namespace {
@@ -42,24 +41,6 @@ struct Arguments {
   std::string portFile;
 };
 
-/// The signals that end the command, blocked for this thread and those it starts, so that one thread can wait for them.
-class EndSignals {
- public:
-  EndSignals() {
-    sigemptyset(&signals_);
-    sigaddset(&signals_, SIGINT);
-    sigaddset(&signals_, SIGTERM);
-    pthread_sigmask(SIG_BLOCK, &signals_, nullptr);
-  }
-  void wait() const {
-    int signal = 0;
-    sigwait(&signals_, &signal);
-  }
-
- private:
-  sigset_t signals_;
-};
-
 void say(const std::string& line) {
   std::fprintf(stdout, "%s\n", line.c_str());
   std::fflush(stdout);
@@ -79,7 +60,7 @@ int serve(const Arguments& arguments) {
   if (!arguments.portFile.empty() && !(std::ofstream(arguments.portFile) << server.port() << std::endl)) {
     return fail("the port cannot be written to " + arguments.portFile);
   }
-  end.wait();
+  end.take();
   server.stop();
   say("Ended.");
   return 0;

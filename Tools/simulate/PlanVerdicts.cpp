@@ -37,7 +37,7 @@ PlanVerdicts::PlanVerdicts(const KLPlanManager& plans, const std::string& event,
   }
 }
 
-std::vector<PlanVerdict> PlanVerdicts::after(const SimulationRecorder::Records& records) const {
+std::vector<PlanVerdict> PlanVerdicts::after(const DecisionRecords& records) const {
   std::vector<PlanVerdict> verdicts = unrecorded_;
   for (const auto& record : records) {
     const auto of = std::ranges::find(verdicts, record.entityId.value_or(""), &PlanVerdict::planKey);

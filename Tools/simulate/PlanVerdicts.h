@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "Core/Window/KLPlanManager.h"
-#include "simulate/SimulationRecorder.h"
+#include "host/DecisionRecorder.h"
 
 namespace kaleo::tools {
 
@@ -35,7 +35,7 @@ class PlanVerdicts {
   /// Before the event, at its time.
   PlanVerdicts(const KLPlanManager& plans, const std::string& event, double now);
   /// After it. In serving order.
-  std::vector<PlanVerdict> after(const SimulationRecorder::Records& records) const;
+  std::vector<PlanVerdict> after(const DecisionRecords& records) const;
 
  private:
   /// Of each plan: what it comes to when no record says more.

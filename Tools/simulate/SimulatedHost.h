@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Foundation/KLUserDefaults.h"
+#include "host/HostIdentity.h"
 #include "kaleo/KLHost.h"
 
 namespace kaleo::tools {
@@ -20,14 +21,13 @@ class SimulatedHost {
 
   KLHostRegistry& registry() { return registry_; }
   std::string distinctId() const;
-  /// `user`: an object with "distinct_id", "login_id" and "anonymous_id"; what is no text counts as missing.
+  /// `user` as in HostIdentity.
   void setIdentity(const KLValue& user);
 
   KLUserDefaults& store() { return store_; }
 
  private:
   class Nimbra;
-  class Store;
 
   KLUserDefaults store_;
   KLHostRegistry registry_;

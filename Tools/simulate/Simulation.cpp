@@ -13,7 +13,7 @@
 #include "Foundation/KLCalendar.h"
 #include "Foundation/KLDescriptor.h"
 #include "Foundation/KLJSON.h"
-#include "simulate/LineReader.h"
+#include "lines/LineReader.h"
 #include "simulate/SimulationPage.h"
 #include "simulate/SimulationProgress.h"
 #include "simulate/SimulationReport.h"

@@ -9,15 +9,10 @@ KLValue orNull(const std::optional<std::string>& text) { return text ? KLValue(*
 
 KLValue arrayOf(const std::vector<std::string>& texts) { return KLValue::Array(texts.begin(), texts.end()); }
 
-KLValue arrayOf(const SimulationRecorder::Records& records) {
+KLValue arrayOf(const DecisionRecords& records) {
   KLValue::Array array;
   array.reserve(records.size());
-  for (const auto& record : records) {
-    array.emplace_back(KLObject{{"state", static_cast<int>(record.state)},
-                                {"type", static_cast<int>(record.type)},
-                                {"entity_id", orNull(record.entityId)},
-                                {"content", record.content}});
-  }
+  for (const auto& record : records) array.push_back(record.value());
   return array;
 }
 

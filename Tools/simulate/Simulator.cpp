@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <limits>
+#include <utility>
 
 #include "Core/Model/KLPlanWindows.h"
 #include "Core/Utils/KLJSONSerialization.h"
@@ -57,7 +58,7 @@ KLManagerSurroundings Simulator::surroundings(const SimulationStore& store) {
           [this] {
             return KLPresentationHooks{[this](const auto& campaign) { show(*campaign); }, {}, {}};
           },
-          [this] { return recorder_; }};
+          [this] { return std::make_shared<DecisionRecorder>([this](auto record) { records_.push_back(std::move(record)); }); }};
 }
 
 void Simulator::start() {
@@ -66,7 +67,7 @@ void Simulator::start() {
   manager_->startWithConfigOptions(configOptions_);
   threads_.run();
   configOptions_->setApiBaseURL("");
-  recorder_->take();
+  records_.clear();
 }
 
 bool Simulator::close() {
@@ -104,7 +105,7 @@ SimulationResult Simulator::handle(const SimulationStep& step) {
       switchUser(step.argument);
       break;
   }
-  if (step.operation != SimulationStep::Operation::Track) result.records = recorder_->take();
+  if (step.operation != SimulationStep::Operation::Track) result.records = std::exchange(records_, {});
   return result;
 }
 
@@ -127,7 +128,7 @@ void Simulator::track(const KLValue& record, SimulationResult& result) {
   notifications_.post(kNimbraTrackEventNotification, record);
   threads_.run();
   result.shown = shown_;
-  result.records = recorder_->take();
+  result.records = std::exchange(records_, {});
   if (!verdicts) return;
   result.verdicts = verdicts->after(result.records);
   if (shown_) result.windows = windowsOf(*shown_, result.at);

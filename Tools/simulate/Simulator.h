@@ -15,7 +15,6 @@
 #include "simulate/SimulatedHost.h"
 #include "simulate/SimulatedRandom.h"
 #include "simulate/SimulatedServer.h"
-#include "simulate/SimulationRecorder.h"
 #include "simulate/SimulationStep.h"
 #include "simulate/SimulationStore.h"
 
@@ -30,7 +29,7 @@ struct SimulatedWindow {
 /// What came of a step.
 struct SimulationResult {
   double at = 0;                              ///< when it was handled, seconds since 1970
-  SimulationRecorder::Records records;        ///< written meanwhile, in order
+  DecisionRecords records;                    ///< written meanwhile, in order
   std::vector<std::string> plans;             ///< of a configuration: the plan keys in serving order
   std::optional<std::string> event;           ///< of a tracked event: its name
   std::optional<std::string> shown;           ///< of a tracked event: the key of the plan whose popup was shown
@@ -89,7 +88,7 @@ class Simulator {
   NBBridge bridge_{host_.registry(), log_};
   KLStoreManager hostStore_{host_.registry()};
   KLDiagnosisSlot diagnosis_;
-  std::shared_ptr<SimulationRecorder> recorder_ = std::make_shared<SimulationRecorder>();
+  DecisionRecords records_;  ///< since they were last taken
   KLCurrentUser user_;
   KLCalendar mondayCalendar_, sundayCalendar_;
   KLNetwork network_{server_, log_, random_};

@@ -1,4 +1,4 @@
-#include "simulate/LineReader.h"
+#include "lines/LineReader.h"
 
 #include <unistd.h>
 
@@ -15,6 +15,7 @@ constexpr std::size_t kBufferBytes = 1u << 16;
 
 LineReader::Read LineReader::fill() {
   if (position_ < buffer_.size()) return Read::Line;
+  if (await_ && !await_()) return Read::Interrupted;
   buffer_.resize(kBufferBytes);
   const ssize_t count = ::read(descriptor_, buffer_.data(), buffer_.size());
   buffer_.resize(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));

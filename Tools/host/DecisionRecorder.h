@@ -1,5 +1,7 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -8,19 +10,24 @@
 
 namespace kaleo::tools {
 
-/// A recorder of decisions that keeps the records of one line. Threads: one.
-class SimulationRecorder final : public KLDiagnosis {
- public:
-  struct Record {
-    KLDiagnosisState state;
-    KLDiagnosisType type;
-    std::optional<std::string> entityId;
-    KLValue content;  ///< without the configuration, which the stream holds already
-  };
-  using Records = std::vector<Record>;
+/// One record of a decision of the library.
+struct DecisionRecord {
+  KLDiagnosisState state;
+  KLDiagnosisType type;
+  std::optional<std::string> entityId;
+  KLValue content;  ///< without the configuration, which whoever reads the records has
 
-  /// The records since the last call.
-  Records take() { return std::exchange(records_, {}); }
+  /// As the tools print it: an object with "state", "type", "entity_id" and "content".
+  KLValue value() const;
+};
+using DecisionRecords = std::vector<DecisionRecord>;
+
+/// A recorder that hands each record on. Threads: those of the port.
+class DecisionRecorder final : public KLDiagnosis {
+ public:
+  using Sink = std::function<void(DecisionRecord record)>;
+
+  explicit DecisionRecorder(Sink sink) : sink_(std::move(sink)) {}
 
   void addContent(const KLValue& content, KLDiagnosisState state, KLDiagnosisType type) override;
   void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) override;
@@ -33,7 +40,7 @@ class SimulationRecorder final : public KLDiagnosis {
   void verifyDatabaseFile(const std::string&) override {}
 
  private:
-  Records records_;
+  const Sink sink_;
 };
 
 }  // namespace kaleo::tools

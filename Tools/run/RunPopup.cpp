@@ -2,12 +2,12 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
 #include <vector>
 
 #include "Campaign/Popup/Model/KLPopupModel.h"
 #include "Foundation/KLJSON.h"
 #include "kaleo/KLView.h"
+#include "popup/ElementValue.h"
 
 namespace kaleo::tools {
 namespace {
@@ -16,25 +16,15 @@ constexpr int kPointsAcross = 16;  ///< of an element, where its middle cannot b
 
 KLValue orNull(const std::optional<std::string>& text) { return text ? KLValue(*text) : KLValue(); }
 
-/// Without ".0" where it is whole.
-KLValue number(double value) {
-  constexpr double kExact = 1e15;
-  return std::abs(value) < kExact && value == std::floor(value) ? KLValue(static_cast<std::int64_t>(value)) : KLValue(value);
-}
-
-KLValue arrayOf(const KLRect& frame) {
-  return KLValue::Array{number(frame.x), number(frame.y), number(frame.width), number(frame.height)};
-}
-
 void collect(const KLPopupElementModel& element, KLValue::Array& found) {
   KLValue::Array actions;
   for (const auto& action : element.actions) actions.push_back(valueOf(*action));
   const KLPopupPropertyModel& style = element.propertiesOrNone();
-  found.emplace_back(KLObject{{"type", element.typeName.value_or("row")},
-                              {"text", orNull(style.text)},
-                              {"image", orNull(style.image)},
-                              {"frame", arrayOf(element.frame())},
-                              {"actions", std::move(actions)}});
+  KLObject value = elementValue(element);
+  value.set("text", orNull(style.text));
+  value.set("image", orNull(style.image));
+  value.set("actions", std::move(actions));
+  found.emplace_back(std::move(value));
   for (const auto& child : element.subviews) collect(*child, found);
 }
 

@@ -10,8 +10,8 @@
 
 namespace kaleo::tools {
 
-/// The elements of a campaign's layout, depth first, containers before what is in them: objects with "type" (as written; a row
-/// where there is none), "text", "image", "frame" (x, y, width, height in points as laid out, relative to the parent) and "actions"
+/// The elements of a campaign's layout, depth first, containers before what is in them: objects with "type" (a row for
+/// words that are none), "text", "image", "frame" (x, y, width, height in points as laid out, relative to the parent) and "actions"
 /// (as the layout writes them). Laid out as the library does it for that screen.
 KLValue elementsOf(const KLCampaign& campaign, const KLPresentation& presentation, const std::filesystem::path& resources);
 

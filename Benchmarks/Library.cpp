@@ -3,6 +3,7 @@
 #include <map>
 #include <utility>
 
+#include "Core/Base/Diagnosis/KLCampaignDiagnosis.h"
 #include "Core/Model/KLEventName.h"
 #include "Foundation/KLKeyedArchive.h"
 
@@ -50,6 +51,13 @@ void Library::saveDisplayTimes() {
   for (int i = 0; i < kPopupsShown; ++i) times.emplace_back(clock_.now() - kSecondsBetweenPopups * (kPopupsShown - i));
   store_.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, std::move(times)), kUser,
                               KLDatabaseProperName::GlobalLimit);
+}
+
+void Library::recordDecisions(bool on) {
+  const std::string directory = directory_.path().string();
+  diagnosis_.set(on ? std::make_shared<KLCampaignDiagnosis>(
+                          KLDiagnosisSurroundings{threads_, clock_, random_, registry_, directory, directory, {}})
+                    : nullptr);
 }
 
 Matched Library::match(const KLValue& event) {

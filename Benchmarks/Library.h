@@ -47,6 +47,9 @@ class Library {
   /// What is seen of the work from outside; both are off at first.
   void setObservers(bool recorder, bool logger);
 
+  /// Records every decision as libkaleo-diagnosis does it. What its queue does belongs to `writeStore`.
+  void recordDecisions(bool on);
+
   /// Matching alone, by the library's rules.
   Matched match(const KLValue& event);
   void trigger(const KLValue& event) { trigger_->triggerEvent(event, clock_.now()); }

@@ -8,6 +8,7 @@ namespace {
 constexpr double kMatchingTimes = 3.5;
 constexpr double kConfigurationTimes = 4;
 constexpr double kSaveTimes = 2;
+constexpr double kRecordingTimes = 1.1;
 constexpr double kUnneededNanoseconds = 100;
 constexpr double kPictureTimes = 1.1;
 constexpr double kCacheNanoseconds = 1'000;
@@ -106,6 +107,8 @@ void Summary::print() const {
     const auto with = [plans](const char* name) { return fmt::format("{}/{}", name, plans); };
     compare(fmt::format("All checks, {} plans", plans), with("trigger"), with("library/match"));
     compare(fmt::format("All checks, {} plans, with a recorder", plans), with("trigger/recorder"), with("trigger"));
+    judge(fmt::format("All checks, {} plans, with the recorder of decisions", plans), with("trigger/diagnosis"), with("trigger"),
+          kRecordingTimes, 0);
     compare(fmt::format("All checks, {} plans, with a logger", plans), with("trigger/logger"), with("trigger"));
     compare(fmt::format("All checks, {} plans, with both", plans), with("trigger/recorder+logger"), with("trigger"));
     compare(fmt::format("All checks, {} plans, the global limit in use", plans), with("trigger/global_limit"), with("trigger"));

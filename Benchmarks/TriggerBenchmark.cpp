@@ -33,6 +33,13 @@ void trigger(benchmark::State& state, bool recorder, bool logger, bool usesGloba
   used.setObservers(false, false);
 }
 
+void triggerRecording(benchmark::State& state) {
+  Library& used = library(static_cast<std::size_t>(state.range(0)));
+  used.recordDecisions(true);
+  triggerEach(state, used, events());
+  used.recordDecisions(false);
+}
+
 void triggerUnneeded(benchmark::State& state) {
   static const auto records = eventsNamed("Elsewhere", kEventNames);
   triggerEach(state, library(static_cast<std::size_t>(state.range(0))), records);
@@ -67,6 +74,7 @@ void matchTenListening(benchmark::State& state) {
 #define KALEO_PLANS RangeMultiplier(10)->Range(10, 10'000)
 BENCHMARK_CAPTURE(trigger, alone, false, false, false)->Name("trigger")->KALEO_PLANS;
 BENCHMARK_CAPTURE(trigger, recorder, true, false, false)->Name("trigger/recorder")->KALEO_PLANS;
+BENCHMARK(triggerRecording)->Name("trigger/diagnosis")->KALEO_PLANS;
 BENCHMARK_CAPTURE(trigger, logger, false, true, false)->Name("trigger/logger")->KALEO_PLANS;
 BENCHMARK_CAPTURE(trigger, both, true, true, false)->Name("trigger/recorder+logger")->KALEO_PLANS;
 BENCHMARK_CAPTURE(trigger, limit, false, false, true)->Name("trigger/global_limit")->KALEO_PLANS;

@@ -15,6 +15,8 @@ struct Command {
 Command checkCommand(CLI::App& kaleo);
 /// `kaleo completion`: a script for the shell.
 Command completionCommand(CLI::App& kaleo);
+/// `kaleo explain DATABASE`: why popups showed or did not.
+Command explainCommand(CLI::App& kaleo);
 /// `kaleo inspect FILE`: what a user's database holds.
 Command inspectCommand(CLI::App& kaleo);
 /// `kaleo manual`: the manual page.

@@ -27,6 +27,8 @@ if(TARGET kaleo-qt)
   set_target_properties(kaleo-qt PROPERTIES INSTALL_RPATH "$ORIGIN")  # libkaleo lies beside it
   kaleo_install_library(kaleo-qt kaleo-qt)
 endif()
+set_target_properties(kaleo-diagnosis PROPERTIES INSTALL_RPATH "$ORIGIN")
+kaleo_install_library(kaleo-diagnosis kaleo-diagnosis)
 if(TARGET kaleo-tool)
   install(TARGETS kaleo-tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   # The command itself says what the shell and the manual should know of it.

@@ -1,5 +1,6 @@
 #include "Shop/ShopApplication.h"
 
+#include <kaleo-diagnosis/KLCampaignDiagnosis.h>
 #include <kaleo-qt/KLQtPlatform.h>
 #include <kaleo/Kaleo.h>
 
@@ -26,6 +27,7 @@ KLPlatform makePlatform(const ShopOptions& options) {
   }
   platform.application.name = "Sill & Shelf";
   kaleo::installQtPresentation(platform);
+  kaleo::installCampaignDiagnosis(platform);
   return platform;
 }
 

@@ -24,10 +24,11 @@ SOUND = {
     "Source/CMakeLists.txt": FLOORS,
     "include/kaleo/KLValue.h": "#include <vector>\n",
     "include/kaleo-qt/KLQt.h": '#include "kaleo/KLValue.h"\n',
+    "include/kaleo-top/KLTop.h": '#include "kaleo/KLValue.h"\n',
     "Source/Foundation/KLFile.h": '#include "kaleo/KLValue.h"\n#include <curl/curl.h>\n',
     "Source/Core/Utils/KLText.h": '#include "Foundation/KLFile.h"\n',
     "Source/Core/Log/KLLog.h": "",
-    "Source/Core/Top/KLTop.cpp": '#include "Core/Utils/KLText.h"\n#include "Foundation/KLFile.h"\n',
+    "Source/Core/Top/KLTop.cpp": '#include "kaleo-top/KLTop.h"\n#include "Core/Utils/KLText.h"\n#include "Foundation/KLFile.h"\n',
     "Source/Platform/Qt/KLWindow.cpp": '#include "KLWindow.h"\n#include "kaleo-qt/KLQt.h"\n#include "KLWindow.moc"\n',
     "Source/Platform/Qt/KLWindow.h": "#include <QWidget>\n",
 }
@@ -53,7 +54,10 @@ class CheckFloorsTest(unittest.TestCase):
 
     def test_a_sound_tree_passes(self):
         status, output = check({})
-        self.assertEqual((status, output), (0, "check_floors: 8 files, 0 faults\n"))
+        self.assertEqual((status, output), (0, "check_floors: 9 files, 0 faults\n"))
+
+    def test_the_public_headers_of_another_floor(self):
+        self.assert_refused({"Source/Core/Log/KLUp.h": '#include "kaleo-top/KLTop.h"\n'}, "Source/Core/Log/KLUp.h:1:", "KLTop.h")
 
     def test_an_include_upwards(self):
         self.assert_refused({"Source/Foundation/KLUp.h": '\n#  include "Core/Log/KLLog.h"\n'}, "Source/Foundation/KLUp.h:2:", "KLLog.h")

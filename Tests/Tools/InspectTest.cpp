@@ -126,13 +126,13 @@ class InspectTest : public ::testing::Test {
   KLStoreManager hostStore{host.registry};
   KLSystemRandom random;
   KLDiagnosisSlot diagnosis;
-  InspectionArguments arguments;
+  ReadingArguments arguments;
   std::ostringstream out, err;
 };
 
 TEST_F(InspectTest, TablesSayWhatIsStoredAndWhatHoldsEachPlanBack) {
   fill(*makeStore(false));
-  EXPECT_EQ(run(), kInspected) << err.str();
+  EXPECT_EQ(run(), kRead) << err.str();
   EXPECT_EQ(out.str(), R"(Kaleo_Popup.sqlite: 1 user, not encrypted, schema version 0. Read at 2023-11-14 22:13:20 +00:00.
 Note: No Kaleo_Popup.sqlite-wal lies beside it. If the application was running when the file was copied, its latest changes are missing here.
 
@@ -160,12 +160,12 @@ TEST_F(InspectTest, AnEncryptedFileNeedsItsKey) {
   fill(*makeStore(true));
   const std::string key = contentsOf(keyFile);
 
-  EXPECT_EQ(run(), kPartlyInspected);
+  EXPECT_EQ(run(), kPartlyRead);
   EXPECT_THAT(out.str(), AllOf(HasSubstr("give the application's key file with --key"), HasSubstr("User encrypted…"),
                                Not(HasSubstr("alice"))));
   arguments.key = keyFile;
   arguments.user = "alice";
-  EXPECT_EQ(run(), kInspected) << out.str();
+  EXPECT_EQ(run(), kRead) << out.str();
   EXPECT_THAT(out.str(), AllOf(HasSubstr("User u1"), HasSubstr("known as       alice"), HasSubstr("re-entry, 1 of 1 popups")));
   EXPECT_EQ(contentsOf(keyFile), key);
 
@@ -173,11 +173,11 @@ TEST_F(InspectTest, AnEncryptedFileNeedsItsKey) {
   arguments.key = directory / "another";
   another.setKeyFile(arguments.key);
   arguments.user.clear();
-  EXPECT_EQ(run(), kPartlyInspected);
+  EXPECT_EQ(run(), kPartlyRead);
   EXPECT_THAT(out.str(), HasSubstr("under another key"));
 
   arguments.key = file;
-  EXPECT_EQ(run(), kCannotInspect);
+  EXPECT_EQ(run(), kCannotRead);
   EXPECT_THAT(err.str(), HasSubstr("is no key file"));
   EXPECT_EQ(fs::file_size(file), contentsOf(file).size());
 }
@@ -266,7 +266,7 @@ TEST_F(InspectTest, FilesOfEarlierReleasesAreRead) {
       "INSERT INTO Users VALUES ('d1', 'u1', 1699990000);"
       "INSERT INTO PlanWindows VALUES ('u1', '7', NULL, NULL, x'" +
       hex + "', x'00', 1699990000);");
-  EXPECT_EQ(run(), kPartlyInspected) << err.str();
+  EXPECT_EQ(run(), kPartlyRead) << err.str();
   EXPECT_THAT(out.str(), AllOf(HasSubstr("known as       d1"), HasSubstr("7 *   re-entry"), HasSubstr("running, ends in 1 h"),
                                HasSubstr("1 values are damaged")));
 }
@@ -297,13 +297,13 @@ TEST_F(InspectTest, AFileThatIsNoneOfOursIsNamedInPlainWords) {
   };
   for (const auto& wrong : cases) {
     arguments.file = wrong.file;
-    EXPECT_EQ(run(), kCannotInspect) << wrong.file;
+    EXPECT_EQ(run(), kCannotRead) << wrong.file;
     EXPECT_THAT(err.str(), HasSubstr(wrong.reason));
     EXPECT_EQ(out.str(), "");
   }
   arguments.file = closed;
   arguments.user = "nobody";
-  EXPECT_EQ(run(), kCannotInspect);
+  EXPECT_EQ(run(), kCannotRead);
   EXPECT_THAT(err.str(), HasSubstr("there is no user nobody"));
 }
 
@@ -317,7 +317,7 @@ TEST_F(InspectTest, DamageIsSaidAndSurvived) {
     for (int k = 0; k < 20; ++k)
       bytes[std::uniform_int_distribution<std::size_t>(100, bytes.size() - 1)(chance)] = static_cast<char>(chance());
     write(file, bytes);
-    damaged += run() != kInspected;
+    damaged += run() != kRead;
     EXPECT_FALSE(out.str().empty() && err.str().empty());
   }
   EXPECT_GT(damaged, 50);

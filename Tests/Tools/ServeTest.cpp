@@ -1,3 +1,4 @@
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <httplib.h>
@@ -221,6 +222,27 @@ TEST_F(ServeTest, KeepsReports) {
     kept.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
   }
   EXPECT_THAT(kept, ::testing::UnorderedElementsAre(R"([{"state": 1}])", R"([{"state": 2}])"));
+}
+
+TEST_F(ServeTest, KeepsADiagnosisRecordThatComesTwiceOnce) {
+  httplib::Client client("127.0.0.1", server_->port());
+  const auto post = [&](const char* installation, const char* records) {
+    const std::string page = fmt::format(R"({{"installation_id":"{}","records":[{}]}})", installation, records);
+    const auto answer = client.Post("/klo/user_diagnose_logs", page, "application/json");
+    return answer && answer->status == 200 ? answer->body : "refused";
+  };
+  EXPECT_THAT(post("A", R"({"record_id":1},{"record_id":2})"), HasSubstr("kept"));
+  EXPECT_EQ(post("A", R"({"record_id":1},{"record_id":2})"), R"({"known":2})");
+  EXPECT_THAT(post("A", R"({"record_id":2},{"record_id":3})"), HasSubstr("kept"));
+  EXPECT_THAT(post("B", R"({"record_id":1})"), HasSubstr("kept"));
+  std::vector<std::string> kept;
+  for (const auto& entry : fs::directory_iterator(root() / "user_diagnose_logs")) {
+    std::ifstream file(entry.path());
+    kept.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+  EXPECT_THAT(kept, ::testing::UnorderedElementsAre(R"({"installation_id":"A","records":[{"record_id":1},{"record_id":2}]})",
+                                                    R"({"installation_id":"A","records":[{"record_id":3}]})",
+                                                    R"({"installation_id":"B","records":[{"record_id":1}]})"));
 }
 
 TEST_F(ServeTest, KeepsNoReportOutsideItsDirectory) {

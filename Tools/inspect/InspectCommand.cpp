@@ -11,7 +11,7 @@
 namespace kaleo::tools {
 
 Command inspectCommand(CLI::App& kaleo) {
-  auto arguments = std::make_shared<InspectionArguments>();
+  auto arguments = std::make_shared<ReadingArguments>();
   CLI::App* app =
       kaleo.add_subcommand("inspect", "Shows what a user's database holds, and what holds each plan back; changes nothing.");
   app->add_option("FILE", arguments->file, "A Kaleo_Popup.sqlite, also one in use; a -wal file beside it counts")->required();

@@ -32,9 +32,9 @@ class Writer {
                                       {"read_at", now_},
                                       {"schema_version", state.schemaVersion},
                                       {"encrypted_rows", static_cast<std::int64_t>(state.encryptedRows)},
-                                      {"encrypted_values_not_read", static_cast<std::int64_t>(state.lockedValues)},
-                                      {"damaged_values", static_cast<std::int64_t>(state.damagedValues)},
-                                      {"damage", state.damage.empty() ? KLValue() : KLValue(state.damage)},
+                                      {"encrypted_values_not_read", static_cast<std::int64_t>(state.faults.lockedValues)},
+                                      {"damaged_values", static_cast<std::int64_t>(state.faults.damagedValues)},
+                                      {"damage", state.faults.damage.empty() ? KLValue() : KLValue(state.faults.damage)},
                                       {"remarks", arrayOf(inspection_.remarks)},
                                       {"users", std::move(users)}},
                              KLJSON::Style::Pretty) +

@@ -37,7 +37,7 @@ class Reader {
 
   StoredState read() {
     state_.schemaVersion = database_.userVersion();
-    state_.damage = database_.damage();
+    state_.faults.damage = database_.damage();
     // Each table's columns, then whether the row is encrypted, and its project; later releases added the last two.
     each(kUsers, {"distinct_id", "user_id", "update_time"}, [this](const auto& row) { takeName(row); });
     each(kPopupConfig, {"user_id", "popup_config", "global_limit", "global_interval", "update_time"},
@@ -79,8 +79,8 @@ class Reader {
   }
 
   void noteFailure(const char* table) {
-    if (!state_.damage.empty()) state_.damage += "; ";
-    state_.damage += fmt::format("table {}: {}", table, database_.connection().errorMessage());
+    if (!state_.faults.damage.empty()) state_.faults.damage += "; ";
+    state_.faults.damage += fmt::format("table {}: {}", table, database_.connection().errorMessage());
   }
 
   void takeName(const Row& row) {
@@ -119,13 +119,13 @@ class Reader {
   template <class Value, class Restore>
   Stored<Value> blob(const Row& row, int column, Restore&& restore) {
     auto value = row.reader.template blob<Value>(row.cells.bytes(column), restore);
-    state_.lockedValues += value.state == Stored<Value>::State::Locked;
-    state_.damagedValues += value.state == Stored<Value>::State::Damaged;
+    state_.faults.lockedValues += value.state == Stored<Value>::State::Locked;
+    state_.faults.damagedValues += value.state == Stored<Value>::State::Damaged;
     return value;
   }
 
   StoredId noted(StoredId id) {
-    state_.lockedValues += id.isLocked;
+    state_.faults.lockedValues += id.isLocked;
     return id;
   }
 
@@ -164,6 +164,7 @@ std::string StoredState::whyForeign(DatabaseCopy& database) {
   }
   if (missing.empty()) return {};
   if (tables.empty() && !database.damage().empty()) return fmt::format("is damaged: {}", database.damage());
+  if (tables.contains("Journeys")) return "is the record of an application's decisions: kaleo explain tells what is in it";
   for (const std::string& table : tables) found.push_back(printable(table));
   return fmt::format("is an SQLite database, but none of this library: it has no table {}{}", fmt::join(missing, " and no table "),
                      found.empty() ? "" : fmt::format(" (it has {})", fmt::join(found, ", ")));

@@ -8,8 +8,8 @@
 
 #include "Core/Model/KLPlanWindows.h"
 #include "Core/Model/KLPopupConfig.h"
-#include "database/DatabaseCopy.h"
-#include "inspect/StoredValue.h"
+#include "database/DatabaseReading.h"
+#include "database/StoredValue.h"
 
 namespace kaleo::tools {
 
@@ -53,9 +53,7 @@ struct StoredState {
   std::vector<StoredUser> users;  ///< ordered by project and id
   int schemaVersion = 0;
   std::size_t encryptedRows = 0;
-  std::size_t lockedValues = 0;   ///< ids and blobs
-  std::size_t damagedValues = 0;  ///< blobs that are no archive
-  std::string damage;             ///< what SQLite could not read; empty: everything was read
+  ReadingFaults faults;
 
   /// Reads what there is. `key` may be null: then what is encrypted stays locked.
   static StoredState read(DatabaseCopy& database, const KLAESCrypt* key);

@@ -15,6 +15,7 @@
 
 #include "Foundation/KLJSON.h"
 #include "Foundation/KLSystem.h"
+#include "serve/DiagnosisPages.h"
 #include "serve/Fault.h"
 #include "serve/Journal.h"
 #include "serve/LivePage.h"
@@ -153,6 +154,7 @@ struct PopupServer::State {
   std::thread thread;
   int port = 0;
   std::atomic<unsigned> reports{0};
+  DiagnosisPages pages;
   std::mutex printing;
   std::mutex endMutex;
   std::condition_variable ended;
@@ -233,10 +235,15 @@ void PopupServer::State::serveImage(const Request& request, Response& response) 
 }
 
 void PopupServer::State::keepReport(const Request& request, Response& response) {
+  const auto page = pages.read(request.body);
+  if (page && page->added == 0 && page->known > 0) {
+    return response.set_content(KLJSON::serialize(KLObject{{"known", static_cast<std::int64_t>(page->known)}}), kJSON);
+  }
   const unsigned number = ++reports;
   const auto now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   const std::string name = fmt::format("{:%Y%m%dT%H%M%SZ}-{:05}.json", fmt::gmtime(now), number);
-  if (number <= kMaxReports && directory.write(kReports, name, request.body)) {
+  if (number <= kMaxReports && directory.write(kReports, name, page ? page->text : request.body)) {
+    if (page) pages.remember(*page);
     return response.set_content(KLJSON::serialize(KLObject{{"kept", fmt::format("{}/{}", kReports, name)}}), kJSON);
   }
   response.status = 507;

@@ -11,7 +11,7 @@ namespace kaleo::tools {
 ///   GET  /klo/user_popup_configs
 ///   GET  /klo/popup_windows/ID
 ///   GET  /klo/popup_displays?popup_display_uuids=UUID,UUID
-///   POST /klo/user_diagnose_logs    the body is kept as a file in user_diagnose_logs/
+///   POST /klo/user_diagnose_logs    the body is kept as a file in user_diagnose_logs/, without records that came before
 ///   GET  /images/...
 /// Any of them goes wrong on demand (see Fault). For the person who watches:
 ///   GET  /                          a page that shows requests, the configuration served, and the popups asked for

@@ -1,8 +1,13 @@
 #pragma once
 
+#include <functional>
+#include <memory>
 #include <string>
 
+#include "kaleo/KLClock.h"
 #include "kaleo/KLExport.h"
+#include "kaleo/KLHost.h"
+#include "kaleo/KLQueue.h"
 #include "kaleo/KLValue.h"
 
 namespace kaleo {
@@ -58,5 +63,21 @@ class KALEO_API KLDiagnosis {
  protected:
   KLDiagnosis() = default;
 };
+
+/// What a library gives to its recorder. Lifetime: what is borrowed outlives the recorder.
+struct KLDiagnosisSurroundings {
+  KLThreading& threading;
+  const KLClock& clock;
+  KLRandom& random;
+  const KLHostRegistry& host;
+  std::string documents;  ///< directory for the database; empty: there is none
+  std::string library;    ///< directory of the key file
+  /// Posts `page`, an object, to the popup server and tells `done` whether the server took it. `done` comes on any thread, or not
+  /// at all when the library ends first.
+  std::function<void(const KLValue& page, std::function<void(bool accepted)> done)> upload;
+};
+
+/// Makes the recorder of one library. Called during its start, on its trigger queue; may touch the disk. Null: none can be made.
+using KLMakeDiagnosis = std::function<std::shared_ptr<KLDiagnosis>(const KLDiagnosisSurroundings&)>;
 
 }  // namespace kaleo

@@ -68,8 +68,11 @@ struct KALEO_API KLPlatform {
   /// The plain console, for the line that is not the host logger's: how long a plan's display times took to check. Empty: the line
   /// is left out. `standard` prints to standard error.
   KLConsole console;
-  /// The recorder of decisions; null: nothing is recorded.
+  /// The recorder of decisions; null: the one that `makeDiagnosis` makes.
   std::shared_ptr<KLDiagnosis> diagnosis;
+  /// Makes the recorder from what the library is made of; empty: nothing is recorded. `installCampaignDiagnosis`
+  /// (libkaleo-diagnosis) fills it.
+  KLMakeDiagnosis makeDiagnosis;
   /// IANA name; empty: the machine's.
   std::string timeZone;
 

@@ -54,6 +54,8 @@ class KaleoDataStore {
   KaleoDataStore& operator=(const KaleoDataStore&) = delete;
 
   static constexpr const char* kDatabaseFileName = "Kaleo_Popup.sqlite";
+  /// Holds the key of this installation, for all that is kept encrypted.
+  static constexpr const char* kKeyFileName = "org.kaleo.KLAES";
   static constexpr double kExpiredDuration = 2592000;  ///< seconds: 30 days
   static constexpr int kRepeatCount = 3;
 

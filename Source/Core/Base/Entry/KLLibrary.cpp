@@ -1,6 +1,7 @@
 #include "Core/Base/Entry/KLLibrary.h"
 
 #include "Foundation/KLCurlHTTPSession.h"
+#include "Foundation/KLURL.h"
 #include "Image/KLUserAgent.h"
 
 namespace kaleo {
@@ -34,6 +35,8 @@ KLLibrary::~KLLibrary() {
   // Nothing of ours runs now but the trigger queue, which has been let go, and the resolvers' own queues.
   platform_.mainQueue->sync([this] { takeDownPresentation(); });
   manager_->close();
+  // The recorder's queue may send, for as long as there is a recorder.
+  diagnosis_.set(nullptr);
 }
 
 KLManagerSurroundings KLLibrary::managerSurroundings() {
@@ -51,8 +54,25 @@ KLManagerSurroundings KLLibrary::managerSurroundings() {
           *platform_.reachability,
           platform_.directories,
           [this] { return makePresentation(); },
-          [this] { return platform_.diagnosis; },
+          [this] { return makeDiagnosis(); },
           platform_.console};
+}
+
+std::shared_ptr<KLDiagnosis> KLLibrary::makeDiagnosis() {
+  if (platform_.diagnosis || !platform_.makeDiagnosis) return platform_.diagnosis;
+  return platform_.makeDiagnosis(
+      {threading_, *platform_.clock, *platform_.random, *platform_.host, platform_.directories.documents.string(),
+       platform_.directories.library.string(),
+       [this](const KLValue& page, std::function<void(bool)> done) { uploadDiagnosis(page, std::move(done)); }});
+}
+
+void KLLibrary::uploadDiagnosis(const KLValue& page, std::function<void(bool)> done) {
+  const auto options = manager_->options();
+  const auto base = options ? KLURL::parse(options->apiBaseURL()) : std::nullopt;
+  if (!base) return done(false);
+  network_.POST(
+      base->appendingPath(kDiagnosticLogs).absoluteString(), &page, [done](auto&&) { done(true); },
+      [done](auto&&) { done(false); });
 }
 
 KLPresentationHooks KLLibrary::makePresentation() {

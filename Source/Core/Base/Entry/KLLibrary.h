@@ -34,6 +34,8 @@ class KLLibrary {
  private:
   KLManagerSurroundings managerSurroundings();
   KLPresentationHooks makePresentation();
+  std::shared_ptr<KLDiagnosis> makeDiagnosis();
+  void uploadDiagnosis(const KLValue& page, std::function<void(bool)> done);
   void takeDownPresentation();
 
   KLPlatform platform_;

@@ -6,7 +6,6 @@
 namespace kaleo {
 namespace {
 
-constexpr const char* kKeyFileName = "org.kaleo.KLAES";
 constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
 
 }  // namespace
@@ -49,7 +48,7 @@ void KLManager::setUpStore() {
   store_ = std::make_unique<KaleoDataStore>(KLDataStoreSurroundings{
       around_.threading, around_.log, around_.time.clock, around_.random, around_.bridge, around_.hostStore, around_.diagnosis,
       directories.documents.empty() ? directories.documents : directories.documents / KaleoDataStore::kDatabaseFileName,
-      directories.library / kKeyFileName});
+      directories.library / KaleoDataStore::kKeyFileName});
   KLUserDefaults defaults(directories.library / kUserDefaultsFileName);
   KLDataMigrateHelper({around_.log, *store_, around_.hostStore, around_.bridge, around_.diagnosis, around_.time, around_.user,
                        defaults, directories.documents})

@@ -1,4 +1,4 @@
-#include "inspect/StoredValue.h"
+#include "database/StoredValue.h"
 
 #include <algorithm>
 
@@ -13,7 +13,7 @@ std::string StoredId::label() const {
 }
 
 StoredId CellReader::id(const std::optional<std::string>& cell) const {
-  if (!cell || !isEncrypted_) return {cell.value_or("")};
+  if (!cell || cell->empty() || !isEncrypted_) return {cell.value_or("")};
   auto plain = key_ ? key_->decryptString(*cell) : std::nullopt;
   return plain ? StoredId{std::move(*plain)} : StoredId{*cell, true};
 }

@@ -1,0 +1,315 @@
+#include "Core/Base/Diagnosis/KLCampaignDiagnosis.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
+#include "Core/Base/Diagnosis/KLDiagnosisUpload.h"
+#include "Core/DataStore/KaleoDataStore.h"
+#include "Foundation/KLJSON.h"
+#include "Foundation/KLSystem.h"
+#include "Support/FakeHost.h"
+#include "Support/FaultVFS.h"
+#include "Support/ManualThreading.h"
+#include "Support/SQLFile.h"
+#include "Support/TemporaryDirectory.h"
+
+namespace kaleo::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::SizeIs;
+using Rows = SQLFile::Rows;
+using State = KLDiagnosisState;
+namespace fs = std::filesystem;
+
+constexpr double kNow = 1'700'000'000;
+constexpr const char* kAll = R"({"requests":["report_user_diagnose_logs"]})";
+
+class KLCampaignDiagnosisTest : public ::testing::Test {
+ protected:
+  using Done = std::function<void(bool)>;
+
+  void make(const std::string& vfs = {}) {
+    recorder = std::make_unique<KLCampaignDiagnosis>(
+        KLDiagnosisSurroundings{threads, clock, random, host.registry, documents.string(), (directory / "library").string(),
+                                [this](const KLValue& page, Done done) {
+                                  pages.push_back(page);
+                                  waiting.push_back(std::move(done));
+                                }},
+        vfs);
+    threads.run();
+  }
+  void usePlugin() { host.registry.registerNBStoreManager(std::make_shared<MemoryStore>(true)); }
+
+  void refuse(const std::string& plan, KLObject content = {}) {
+    content.set("message", "not converted");
+    recorder->addContent(std::move(content), plan, State::NotConverted, KLDiagnosisType::Trigger);
+  }
+  void write() { threads.advance(KLCampaignDiagnosis::kWriteDelay); }
+  void flush(const std::string& condition) {
+    const KLValue value = *KLJSON::parse(condition);
+    recorder->flushWithCondition(&value);
+    threads.run();
+  }
+  /// Answers the oldest page that waits.
+  void answer(bool accepted) {
+    const Done done = waiting.at(0);
+    waiting.erase(waiting.begin());
+    done(accepted);
+    threads.run();
+  }
+  Rows rows(const std::string& sql) { return SQLFile(file).rows(sql); }
+  /// The ids of the records of page `index`.
+  std::vector<std::int64_t> sent(std::size_t index) const {
+    std::vector<std::int64_t> ids;
+    for (const KLValue& record : pages.at(index).find("records")->asArray()) ids.push_back(record.find("record_id")->asInteger());
+    return ids;
+  }
+
+  TemporaryDirectory directory;
+  fs::path documents = directory / "documents";
+  const fs::path file = documents / "QuillonDiagnosticJourneys.sqlite";
+  FakeHost host;
+  KLSystemRandom random;
+  ManualThreading threads;
+  ManualThreading::Clock clock{threads};
+  std::vector<KLValue> pages;
+  std::vector<Done> waiting;
+  std::unique_ptr<KLCampaignDiagnosis> recorder;
+};
+
+TEST_F(KLCampaignDiagnosisTest, RecordsAreKeptInOrderWithWhomAndWhatTheyAreAbout) {
+  make();
+  refuse("7");
+  recorder->saveUserId("u1", "user-1");
+  threads.advance(0.5);
+  recorder->addContent(KLObject{{"message", "fetched"}}, State::ConfigFetched, KLDiagnosisType::Config);
+  refuse("8", {{"n", 1}});
+  write();
+  EXPECT_EQ(rows("SELECT time, project, user_id, distinct_id, plan_id, state, type, content FROM Journeys ORDER BY id"),
+            (Rows{R"(1700000000000|default||user-1|7|3|1|{"message":"not converted"})",
+                  R"(1700000000500|default|u1|user-1||1|0|{"message":"fetched"})",
+                  R"(1700000000500|default|u1|user-1|8|3|1|{"n":1,"message":"not converted"})"}));
+  // The next run knows the user before the server says who it is.
+  recorder.reset();
+  make();
+  refuse("9");
+  recorder.reset();
+  EXPECT_EQ(rows("SELECT user_id, plan_id FROM Journeys ORDER BY id DESC LIMIT 1"), Rows{"u1|9"});
+}
+
+TEST_F(KLCampaignDiagnosisTest, IdsAndContentsAreEncryptedAsTheDataStoreDoesIt) {
+  usePlugin();
+  make();
+  recorder->saveUserId("u1", "user-1");
+  refuse("7");
+  write();
+  KLAESCrypt key(random);
+  ASSERT_TRUE(key.readKeyFile(directory / "library" / KaleoDataStore::kKeyFileName));
+  EXPECT_EQ(rows("SELECT user_id, distinct_id, plan_id, content, encryptedStatus FROM Journeys"),
+            (Rows{*key.encryptString("u1") + "|" + *key.encryptString("user-1") + "|" + *key.encryptString("7") + "|" +
+                  *key.encryptString(R"({"message":"not converted"})") + "|1"}));
+  flush(R"({"requests":["report_user_diagnose_logs"],"user_ids":["u1"],"plan_ids":[7]})");
+  EXPECT_EQ(pages.at(0).find("records")->asArray().at(0).find("user_id")->asString(), "u1");
+}
+
+TEST_F(KLCampaignDiagnosisTest, ABatchIsOneTransactionAndTheLastOneIsWrittenAtTheEnd) {
+  FaultVFS vfs;
+  make(vfs.name());
+  refuse("1");
+  write();
+  vfs.syncs = 0;
+  for (int i = 0; i < 100; ++i) refuse("2");
+  threads.advance(KLCampaignDiagnosis::kWriteDelay / 2);
+  EXPECT_EQ(vfs.syncs, 0);
+  write();
+  EXPECT_EQ(vfs.syncs, 1);
+  // A long list does not wait.
+  for (std::size_t i = 0; i < KLCampaignDiagnosis::kBatch; ++i) refuse("3");
+  threads.run();
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"2101"});
+  refuse("4");
+  recorder.reset();
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"2102"});
+}
+
+TEST_F(KLCampaignDiagnosisTest, WhatHasExpiredGoesAndTheNewestOfTooMuchStays) {
+  make();
+  recorder->setDiagnosisExpiration(3600);
+  refuse("old");
+  write();
+  threads.advance(KLCampaignDiagnosis::kSweepInterval + 60);
+  refuse("new");
+  write();
+  EXPECT_EQ(rows("SELECT plan_id FROM Journeys"), Rows{"new"});
+
+  const std::string large(900'000, 'x');
+  for (int i = 0; i < 60; ++i) refuse(std::to_string(i), {{"large", large}});
+  write();
+  EXPECT_EQ(rows("SELECT max(plan_id + 0) FROM Journeys"), Rows{"59"});
+  EXPECT_EQ(rows("SELECT sum(length(content)) < 33554432 AND count(*) > 20 FROM Journeys"), Rows{"1"});
+
+  refuse("huge", {{"large", std::string(2'000'000, 'x')}});
+  write();
+  EXPECT_EQ(rows("SELECT content FROM Journeys ORDER BY id DESC LIMIT 1"),
+            Rows{R"({"message":"not converted","left_out_bytes":2000038})"});
+}
+
+TEST_F(KLCampaignDiagnosisTest, AConfigurationIsKeptOnceInARun) {
+  make();
+  const auto fetch = [this](const char* config) {
+    recorder->addContent(KLObject{{"message", "fetched"}, {"config", config}}, State::ConfigFetched, KLDiagnosisType::Config);
+    write();
+  };
+  for (const char* config : {"A", "A", "B"}) fetch(config);
+  EXPECT_EQ(rows("SELECT content FROM Journeys ORDER BY id"),
+            (Rows{R"({"message":"fetched","config":"A"})", R"({"message":"fetched","config_is_as_before":true})",
+                  R"({"message":"fetched","config":"B"})"}));
+}
+
+TEST_F(KLCampaignDiagnosisTest, NothingOnTheDiskEndsTheRecording) {
+  fs::create_directories(documents);
+  std::ofstream(file) << "This is no database, but something else of some length.";
+  make();
+  refuse("1");
+  write();
+  EXPECT_EQ(rows("SELECT plan_id FROM Journeys"), Rows{"1"});  // the other file was set aside
+  recorder.reset();
+
+  FaultVFS vfs;
+  make(vfs.name());
+  vfs.writeResult = SQLITE_FULL;
+  refuse("2");
+  write();
+  EXPECT_THAT(host.log->messages(1), ::testing::Contains("1 diagnosis records were dropped"));
+  vfs.writeResult = SQLITE_OK;
+  refuse("3");
+  write();
+  EXPECT_EQ(rows("SELECT plan_id FROM Journeys"), (Rows{"1", "3"}));
+  recorder.reset();
+
+  // Damaged while it is in use.
+  make();
+  refuse("4");
+  write();
+  { std::fstream(file, std::ios::in | std::ios::out | std::ios::binary).seekp(0) << std::string(8192, '\xAA'); }
+  fs::remove(file.string() + "-wal");
+  recorder.reset();
+  make();
+  for (int i = 0; i < 3; ++i) {
+    refuse("5");
+    write();
+  }
+  EXPECT_THAT(rows("SELECT plan_id FROM Journeys"), ::testing::Contains("5"));
+  recorder.reset();
+
+  documents.clear();  // there is no directory
+  make();
+  refuse("6");
+  flush(kAll);
+  EXPECT_THAT(pages, IsEmpty());
+}
+
+TEST_F(KLCampaignDiagnosisTest, TheConditionChoosesWhatIsUploaded) {
+  make();
+  recorder->saveUserId("u1", "d1");
+  recorder->addContent(KLObject{{"config", "BASE64"}}, State::ConfigFetched, KLDiagnosisType::Config);  // 1
+  refuse("7");                                                                                          // 2
+  threads.advance(10);
+  recorder->saveUserId("u2", "d2");
+  refuse("8");  // 3
+  refuse("7");  // 4
+  write();
+  const KLLog log(host.registry);
+  KLDiagnosisDatabase database(file, log, clock, random);
+  const auto asked = [&](const std::string& more) {
+    const KLValue object = *KLJSON::parse(R"({"requests":["report_user_diagnose_logs"])" + more + "}");
+    const auto condition = KLDiagnosisCondition::fromResponseData(&object);
+    std::vector<std::int64_t> ids;
+    for (const auto& record : database.unacknowledged(condition, condition.limit, 1 << 20)) ids.push_back(record.id);
+    return ids;
+  };
+  EXPECT_THAT(asked(""), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(asked(R"(,"user_ids":["u2"])"), ElementsAre(3, 4));
+  EXPECT_THAT(asked(R"(,"user_ids":["u2"],"distinct_ids":["d1"])"), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(asked(R"(,"plan_ids":[8,"9"])"), ElementsAre(1, 3));  // and what is about no plan
+  EXPECT_THAT(asked(R"(,"start_time":1700000010000)"), ElementsAre(3, 4));
+  EXPECT_THAT(asked(R"(,"end_time":1700000009999)"), ElementsAre(1, 2));
+  EXPECT_THAT(asked(R"(,"limit":3)"), ElementsAre(1, 2, 3));
+  EXPECT_THAT(asked(R"(,"limit":-1)"), IsEmpty());
+  EXPECT_THAT(asked(R"(,"user_ids":["' OR 1 --"])"), IsEmpty());
+  for (const char* other : {"{}", "[]", R"({"requests":["fetch_popup_configs"]})", R"({"requests":"report_user_diagnose_logs"})"}) {
+    flush(other);
+  }
+  recorder->flushWithCondition(nullptr);
+  threads.run();
+  EXPECT_THAT(pages, IsEmpty());
+}
+
+TEST_F(KLCampaignDiagnosisTest, WhatWasAcknowledgedIsNeverSentAgain) {
+  make();
+  for (int i = 0; i < 450; ++i) refuse("7");
+  write();
+  flush(kAll);
+  ASSERT_THAT(pages, SizeIs(1));
+  EXPECT_THAT(sent(0), SizeIs(KLDiagnosisUpload::kPageRecords));
+  flush(kAll);  // while the first page is under way
+  EXPECT_THAT(pages, SizeIs(1));
+  answer(true);
+  ASSERT_THAT(pages, SizeIs(2));
+  EXPECT_EQ(sent(1).front(), 201);
+  answer(false);
+  EXPECT_THAT(pages, SizeIs(2));
+  recorder.reset();
+  make();
+  flush(kAll);
+  EXPECT_EQ(sent(2), sent(1));
+  answer(true);
+  answer(true);
+  EXPECT_THAT(sent(3), SizeIs(50));
+  EXPECT_EQ(sent(3).front(), 401);
+  flush(kAll);
+  EXPECT_THAT(pages, SizeIs(4));
+  EXPECT_EQ(*pages[0].find("installation_id"), *pages[3].find("installation_id"));
+}
+
+TEST_F(KLCampaignDiagnosisTest, ARefusedPageComesAgainLaterAndLater) {
+  make();
+  refuse("7");
+  write();
+  flush(kAll);
+  double pause = KLDiagnosisUpload::kFirstDelay;
+  for (int i = 1; i < KLDiagnosisUpload::kMaxFailures; ++i, pause = std::min(2 * pause, KLDiagnosisUpload::kLongestDelay)) {
+    answer(false);
+    flush(kAll);  // does not cut the pause short
+    threads.advance(pause - 1);
+    ASSERT_THAT(pages, SizeIs(i));
+    threads.advance(1);
+    ASSERT_THAT(pages, SizeIs(i + 1));
+  }
+  answer(true);
+  EXPECT_EQ(rows("SELECT acknowledged FROM Journeys"), Rows{"1"});
+}
+
+TEST_F(KLCampaignDiagnosisTest, NothingIsSentWhileTheDiskKeepsNoAcknowledgement) {
+  FaultVFS vfs;
+  make(vfs.name());
+  for (int i = 0; i < 300; ++i) refuse("7");
+  write();
+  flush(kAll);
+  vfs.writeResult = SQLITE_FULL;
+  answer(true);
+  EXPECT_THAT(pages, SizeIs(1));
+  vfs.writeResult = SQLITE_OK;
+  flush(kAll);
+  EXPECT_EQ(sent(1).front(), 201);
+  recorder.reset();  // before the layer below it
+}
+
+}  // namespace
+}  // namespace kaleo::testing

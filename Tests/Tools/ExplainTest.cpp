@@ -1,0 +1,187 @@
+#include "explain/Explanation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <sstream>
+
+#include "Core/Base/Diagnosis/KLCampaignDiagnosis.h"
+#include "Foundation/KLCipher.h"
+#include "Foundation/KLJSON.h"
+#include "Support/FakeHost.h"
+#include "Support/ManualThreading.h"
+#include "Support/SQLFile.h"
+#include "Support/TemporaryDirectory.h"
+
+namespace kaleo::tools {
+namespace {
+
+using kaleo::testing::FakeHost;
+using kaleo::testing::ManualThreading;
+using kaleo::testing::MemoryStore;
+using kaleo::testing::SQLFile;
+using ::testing::HasSubstr;
+using ::testing::Not;
+using State = KLDiagnosisState;
+namespace fs = std::filesystem;
+
+constexpr std::int64_t kNow = 1'700'000'000, kMilliseconds = 1000;  // 2023-11-14 22:13:20 UTC
+
+std::string base64(const std::string& text) { return KLBase64Encode(KLBytes(text.begin(), text.end())); }
+
+class ExplainTest : public ::testing::Test {
+ protected:
+  ExplainTest() {
+    arguments.file = directory / "QuillonDiagnosticJourneys.sqlite";
+    arguments.timeZone = "UTC";
+  }
+
+  void record(const std::string& plan, State state, KLObject content) {
+    recorder->addContent(std::move(content), plan, state, KLDiagnosisType::Trigger);
+  }
+  void fetch(const std::string& plans) {
+    recorder->addContent(KLObject{{"message", "fetched campaign config"}, {"config", base64(R"({"popup_plans":[)" + plans + "]}")}},
+                         State::ConfigFetched, KLDiagnosisType::Config);
+  }
+  void makeRecorder(bool encrypted = false) {
+    host.registry.registerNBStoreManager(std::make_shared<MemoryStore>(encrypted));
+    recorder = std::make_unique<KLCampaignDiagnosis>(
+        KLDiagnosisSurroundings{threads, clock, random, host.registry, directory.path().string(), directory.path().string(), {}});
+    threads.run();
+  }
+  /// A plan that is fetched, counts, shows, is refused, and gives way; another one that is left out.
+  void tellStory() {
+    const char* const plans =
+        R"({"plan_id":101,"cname":"Welcome","status":"ACTIVE","absolute_priority":9},{"plan_id":102,"status":"PAUSED"})";
+    recorder->saveUserId("u1", "alice");
+    fetch(plans);
+    record("102", State::PlanFiltered, {{"message", "not active"}});
+    threads.advance(60);
+    const KLObject counted{{"message", "not meet trigger count"},
+                           {"window_start", (kNow + 60) * kMilliseconds},
+                           {"window_end", (kNow + 3660) * kMilliseconds},
+                           {"current_count", 1},
+                           {"campaign_count", 2}};
+    record("101", State::Pattern, counted);
+    threads.advance(60);
+    record("101", State::Finished, {{"message", "campaign finished"}});
+    const KLObject reEntry{{"message", "not meet reEnter limit count"},
+                           {"window_start", (kNow + 120) * kMilliseconds},
+                           {"window_end", (kNow + 86520) * kMilliseconds},
+                           {"reEnter_limit_count", 1},
+                           {"current_campaign_count", 1}};
+    for (int i = 0; i < 3; ++i) {
+      threads.advance(60);
+      record("101", State::ReEnterLimit, reEntry);
+    }
+    threads.advance(60);
+    fetch(plans);
+    record("101", State::LowerPriority,
+           {{"message", "lower priority"}, {"priority", 9}, {"trigger_campaign_id", "103"}, {"trigger_campaign_priority", 12}});
+    recorder.reset();
+  }
+
+  int run() {
+    out.str("");
+    err.str("");
+    return explain(arguments, {out, err, kNow + 600.0, false});
+  }
+
+  TemporaryDirectory directory;
+  FakeHost host;
+  KLSystemRandom random;
+  ManualThreading threads;
+  ManualThreading::Clock clock{threads};
+  std::unique_ptr<KLCampaignDiagnosis> recorder;
+  ExplanationArguments arguments;
+  std::ostringstream out, err;
+};
+
+TEST_F(ExplainTest, APlansStoryIsToldTheNewestFirst) {
+  makeRecorder();
+  tellStory();
+  EXPECT_EQ(run(), kRead) << err.str();
+  EXPECT_EQ(out.str(), R"(QuillonDiagnosticJourneys.sqlite: 9 records. Read at 2023-11-14 22:23:20 +00:00.
+Note: No QuillonDiagnosticJourneys.sqlite-wal lies beside it. If the application was running when the file was copied, its latest changes are missing here.
+
+Plan 101 for user u1 (alice)
+  Held back until 2023-11-15 22:15:20 +00:00 (in 23 h 52 min). Refused: re-entry, 1 of 1 popups shown from 2023-11-14 22:15:20 +00:00 until 2023-11-15 22:15:20 +00:00.
+  SINCE                       WHAT HAPPENED, THE NEWEST FIRST
+  2023-11-14 22:19:20 +00:00  Passed every check, but plan 103 of higher priority showed instead (12 against 9).
+  2023-11-14 22:16:20 +00:00  Refused: re-entry, 1 of 1 popups shown from 2023-11-14 22:15:20 +00:00 until 2023-11-15 22:15:20 +00:00. (3 times, the last at 2023-11-14 22:18:20 +00:00)
+  2023-11-14 22:15:20 +00:00  Passed every check: its popup was handed on to be shown.
+  2023-11-14 22:14:20 +00:00  Not yet: an event counted, 1 of 2 in the window from 2023-11-14 22:14:20 +00:00 until 2023-11-14 23:14:20 +00:00.
+  2023-11-14 22:13:20 +00:00  Fetched: the configuration has it as "Welcome", ACTIVE, priority 9. (2 times, the last at 2023-11-14 22:19:20 +00:00)
+
+Plan 102 for user u1 (alice)
+  SINCE                       WHAT HAPPENED, THE NEWEST FIRST
+  2023-11-14 22:13:20 +00:00  Left out: it is not active.
+  2023-11-14 22:13:20 +00:00  Fetched: the configuration has it, PAUSED, priority 0. (2 times, the last at 2023-11-14 22:19:20 +00:00)
+)");
+  arguments.plan = "102";
+  EXPECT_EQ(run(), kRead);
+  EXPECT_THAT(out.str(), Not(HasSubstr("Plan 101")));
+}
+
+TEST_F(ExplainTest, TheStoryIsLimitedToATimeAndAUser) {
+  makeRecorder();
+  tellStory();
+  for (const char* since : {"2023-11-14 22:19", "4m", "1700000340", "2023-11-14T23:19:00+01:00"}) {
+    arguments.since = since;
+    EXPECT_EQ(run(), kRead) << err.str();
+    EXPECT_THAT(out.str(), Not(HasSubstr("of 2 in the window"))) << since;
+    EXPECT_THAT(out.str(), HasSubstr("plan 103")) << since;
+  }
+  arguments.since = "yesterday";
+  EXPECT_EQ(run(), kCannotRead);
+  EXPECT_THAT(err.str(), HasSubstr("give a time such as"));
+  arguments.since.clear();
+  arguments.user = "alice";
+  EXPECT_EQ(run(), kRead);
+  arguments.user = "bob";
+  EXPECT_EQ(run(), kCannotRead);
+  EXPECT_THAT(err.str(), HasSubstr("but none of user bob"));
+}
+
+TEST_F(ExplainTest, AnEncryptedDatabaseNeedsTheKey) {
+  makeRecorder(true);
+  tellStory();
+  EXPECT_EQ(run(), kPartlyRead);
+  EXPECT_THAT(out.str(), HasSubstr("--key"));
+  EXPECT_THAT(out.str(), Not(HasSubstr("alice")));
+  arguments.key = directory / "org.kaleo.KLAES";
+  arguments.json = true;
+  EXPECT_EQ(run(), kRead);
+  const KLValue found = KLJSON::parse(out.str()).value();
+  const KLValue& story = found.find("stories")->asArray().at(0);
+  EXPECT_EQ(story.find("plan_id")->asString(), "101");
+  EXPECT_EQ(story.find("held_back_until")->asInteger(), kNow + 86520);
+  EXPECT_EQ(story.find("entries")->asArray().at(1).find("count")->asInteger(), 3);
+}
+
+TEST_F(ExplainTest, WrongAndDamagedFilesAreNamed) {
+  makeRecorder();
+  recorder.reset();
+  EXPECT_EQ(run(), kCannotRead);
+  EXPECT_THAT(err.str(), HasSubstr("holds no records yet"));
+  SQLFile(arguments.file)
+      .run(
+          "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus) VALUES "
+          "(-9e18, NULL, NULL, NULL, NULL, 3, 1, '{', 0), ('x', x'FF', 'u', 'd', '7', 99, 1, '[]', 0), "
+          "(5, 'p', 'u', 'd', '7', 1, 0, '{\"config\":\"%%%\"}', 0), (6, 'p', 'u', 'd', '7', 3, 1, '{\"window_end\":\"far\"}', 0)");
+  EXPECT_EQ(run(), kPartlyRead);
+  EXPECT_THAT(out.str(), HasSubstr("cannot be read"));
+
+  arguments.file = directory / "Kaleo_Popup.sqlite";
+  SQLFile(arguments.file).run("CREATE TABLE PlanWindows (a)");
+  EXPECT_EQ(run(), kCannotRead);
+  EXPECT_THAT(err.str(),
+              HasSubstr("is the library's own database; the decisions are in QuillonDiagnosticJourneys.sqlite beside it"));
+  arguments.file = directory.path();
+  EXPECT_EQ(run(), kCannotRead);
+  EXPECT_THAT(err.str(), HasSubstr("is a directory; give"));
+}
+
+}  // namespace
+}  // namespace kaleo::tools

@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include <chrono>
+#include <future>
 #include <vector>
 
 #include "Workload.h"
@@ -41,6 +42,10 @@ int costOfQueuedEvents() {
   host.start();
   host.trackName(kPopupEvent);
   if (!host.delegate().waitUntilShown()) return fmt::print("no popup came\n"), 1;
+
+  std::promise<void> refreshed;
+  host.library().fetchCampaignsWithCompletion([&](const KLCampaignResponse&) { refreshed.set_value(); });
+  refreshed.get_future().wait();  // from now on a configuration waits behind the popup
 
   fmt::print("Events tracked while a popup stays on screen, 1,000 a second (records of ten properties, {} plans)\n", kPlans);
   const auto elsewhere = eventsNamed("Elsewhere", kMeasured);

@@ -39,12 +39,19 @@ std::shared_ptr<const KLPopupPlanModel> KLManager::planWithIdentifier(const std:
   return trigger ? trigger->planWithIdentifier(planID) : nullptr;
 }
 
-void KLManager::changePlans(std::function<void(KLManager&)> work) {
-  ++planChanges_;
-  triggerQueue_->async([weak = weak_from_this(), work = std::move(work)] {
+void KLManager::changePlans(NeededEvents needed, std::function<void(KLManager&)> work) {
+  std::list<NeededEvents> change{std::move(needed)};
+  const auto place = change.begin();
+  {
+    std::lock_guard lock(planChangesMutex_);
+    planChanges_.splice(planChanges_.end(), change);
+  }
+  triggerQueue_->async([weak = weak_from_this(), work = std::move(work), place] {
     const auto self = weak.lock();
-    if (self && !self->stopped_) work(*self);
-    if (self) --self->planChanges_;
+    if (!self) return;
+    if (!self->stopped_) work(*self);
+    std::lock_guard lock(self->planChangesMutex_);
+    self->planChanges_.erase(place);
   });
 }
 
@@ -115,20 +122,26 @@ void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
   });
 }
 
-// Without a change of plans under way, the plans in force now are those that the event will meet: what is queued later comes behind
-// it. So an event of no concern leaves nothing behind, however long a popup holds up the queue. A logger is to be told of it, in
-// its turn.
+// An event meets the plans in force or those of a change that is queued before it: what is queued later comes behind it. So an
+// event that none of them listens to leaves nothing behind, however long a popup holds up the queue. A logger is to be told of it,
+// in its turn.
 bool KLManager::mayConcernPlans(const KLValue& record) const {
-  if (around_.log.isEnabled() || planChanges_ > 0) return true;
-  const KLTrigger* const trigger = trigger_;
+  if (around_.log.isEnabled()) return true;
   const KLEventName name(record);
+  {
+    std::lock_guard lock(planChangesMutex_);
+    for (const auto& needed : planChanges_) {
+      if (!needed || needed->contains(name.text())) return true;
+    }
+  }
+  const KLTrigger* const trigger = trigger_;
   return !trigger || (name.isPresent() && trigger->isNeededEvent(name.text()));
 }
 
 void KLManager::switchUser() {
   around_.log.info("switch user, will clean memory data and fetch plans");
   ++userSwitches_;
-  changePlans([](KLManager& self) {
+  changePlans(neededEvents({}), [](KLManager& self) {
     if (KLTrigger* const trigger = self.trigger_) trigger->removePlans();
     self.fetchPopupConfig();
   });
@@ -185,7 +198,9 @@ void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaign
       options()->apiBaseURL(),
       [weak = weak_from_this(), completion, switches = userSwitches_.load()](const auto& response, auto config) {
         if (const auto self = weak.lock()) {
-          self->changePlans([result = FetchResult{std::move(config), switches}](KLManager& manager) { manager.install(result); });
+          FetchResult result{std::move(config), switches};
+          auto needed = neededEvents(result);
+          self->changePlans(std::move(needed), [result = std::move(result)](KLManager& manager) { manager.install(result); });
         }
         const KLValue* const plans = response ? response->find("popup_plans") : nullptr;
         completion({true, plans ? *plans : KLValue(KLValue::Array{}), std::nullopt});

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <functional>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -85,8 +86,12 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   void applicationDidBecomeActive();
   void applicationDidFinishLaunching();
 
-  /// Queues work that may change the plans in force. None of it is done once the manager has stopped.
-  void changePlans(std::function<void(KLManager&)> work);
+  /// Queues work that may change the plans in force to such as listen to `needed` at most (null: to any event). None of it is done
+  /// once the manager has stopped.
+  using NeededEvents = std::shared_ptr<const KLPlanManager::EventSet>;
+  void changePlans(NeededEvents needed, std::function<void(KLManager&)> work);
+  /// What the plans of an answer listen to.
+  static NeededEvents neededEvents(const FetchResult& result);
 
   // Refresh.
   void fetchPopupConfig();
@@ -104,9 +109,10 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   std::atomic<bool> hasCompleteInit_{false};
   std::atomic<bool> stopped_{false};
   std::atomic<std::uint64_t> userSwitches_{0};
-  std::atomic<int> planChanges_{0};        ///< queued or under way
   std::shared_ptr<KLWakeUp> firstAnswer_;  ///< raised by the first answer, and by `stop`
-  mutable std::mutex mutex_;               ///< guards what follows
+  mutable std::mutex planChangesMutex_;
+  std::list<NeededEvents> planChanges_;  ///< queued or under way; guarded by planChangesMutex_
+  mutable std::mutex mutex_;             ///< guards what follows
   std::shared_ptr<KLConfigOptions> options_;
   KLPresentationHooks presentation_;
   bool waitingForStart_ = false;

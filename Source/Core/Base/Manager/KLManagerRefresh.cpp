@@ -27,8 +27,20 @@ void KLManager::fetchPopupConfig() {
   fetch([weak = weak_from_this()](FetchResult result) {
     const auto self = weak.lock();
     if (!self) return;
-    self->changePlans([result = std::move(result)](KLManager& manager) { manager.applyFetched(result); });
+    auto needed = neededEvents(result);
+    self->changePlans(std::move(needed), [result = std::move(result)](KLManager& manager) { manager.applyFetched(result); });
   });
+}
+
+KLManager::NeededEvents KLManager::neededEvents(const FetchResult& result) {
+  auto needed = std::make_shared<KLPlanManager::EventSet>();
+  if (!result.config) return needed;
+  for (const auto& plan : result.config->popupPlanModels) {
+    for (const KLPlanPopupMatcher& matcher : plan->patternPopup.matcherList) {
+      if (matcher.eventName) needed->insert(*matcher.eventName);
+    }
+  }
+  return needed;
 }
 
 void KLManager::install(const FetchResult& result) {

@@ -11,7 +11,7 @@ constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
 }  // namespace
 
 void KLManager::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options) {
-  changePlans([options = std::move(options)](KLManager& self) {
+  changePlans(nullptr, [options = std::move(options)](KLManager& self) {
     KLSwizzler::swizzle(self.around_.host);
     {
       std::lock_guard lock(self.mutex_);
@@ -113,7 +113,8 @@ void KLManager::takeStartResult(FetchResult result) {
       return;
     }
   }
-  changePlans([result = std::move(result)](KLManager& self) { self.applyFetched(result); });
+  auto needed = neededEvents(result);
+  changePlans(std::move(needed), [result = std::move(result)](KLManager& self) { self.applyFetched(result); });
 }
 
 }  // namespace kaleo

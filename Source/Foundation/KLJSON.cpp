@@ -230,7 +230,7 @@ KLError syntaxError(error_code code, std::string_view text, std::size_t offset) 
   const std::string_view before = text.substr(0, offset);
   const auto line = std::count(before.begin(), before.end(), '\n') + 1;
   const auto column = offset - (before.rfind('\n') + 1) + 1;  // without a line break before: npos + 1 is 0
-  return {kKLJSONErrorDomain, static_cast<std::int64_t>(offset),
+  return {code == simdjson::DEPTH_ERROR ? KLJSON::kBoundErrorDomain : kKLJSONErrorDomain, static_cast<std::int64_t>(offset),
           fmt::format("{} (byte {}, line {}, column {})", simdjson::error_message(code), offset, line, column)};
 }
 
@@ -238,7 +238,7 @@ KLError syntaxError(error_code code, std::string_view text, std::size_t offset) 
 
 std::optional<KLValue> KLJSON::parse(std::string_view text, KLError* error) {
   if (text.size() > kMaxBytes) {
-    if (error) *error = {kKLJSONErrorDomain, static_cast<std::int64_t>(kMaxBytes), fmt::format("longer than {} bytes", kMaxBytes)};
+    if (error) *error = {kBoundErrorDomain, static_cast<std::int64_t>(kMaxBytes), fmt::format("longer than {} bytes", kMaxBytes)};
     return std::nullopt;
   }
   const std::size_t skipped = text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0;

@@ -18,11 +18,13 @@ namespace KLJSON {
 inline constexpr std::size_t kMaxDepth = 512;
 /// Bytes that no honest document reaches; longer ones are refused.
 inline constexpr std::size_t kMaxBytes = 64u << 20;
+/// The domain of the error of a document beyond one of these bounds.
+inline constexpr const char* kBoundErrorDomain = "KaleoJSONBoundErrorDomain";
 
 /// Parses a whole document, whose root may be any value. Integers that fit 64 bits stay integers, other numbers become doubles. Of
 /// members with the same key the last one counts; a byte order mark before the document is skipped. On failure answers nothing and
-/// fills `error` (kKLJSONErrorDomain), whose code is the offset of the byte at which reading stopped; the description names line
-/// and column.
+/// fills `error` (kKLJSONErrorDomain, or kBoundErrorDomain), whose code is the offset of the byte at which reading stopped; the
+/// description names line and column.
 std::optional<KLValue> parse(std::string_view text, KLError* error = nullptr);
 std::optional<KLValue> parse(const KLBytes& bytes, KLError* error = nullptr);
 

@@ -12,7 +12,9 @@ std::optional<KLValue> KLJSONResponseSerializer::responseObjectForResponseData(c
     return std::nullopt;
   }
   try {
-    auto value = KLJSON::parse(*data);
+    KLError error;
+    auto value = KLJSON::parse(*data, &error);
+    if (!value && error.domain == KLJSON::kBoundErrorDomain) log_.error("response data is refused: {}", error.localizedDescription);
     return value && (value->isObject() || value->isArray()) ? value : std::nullopt;
   } catch (const std::exception& exception) {
     log_.info("{}", exception.what());

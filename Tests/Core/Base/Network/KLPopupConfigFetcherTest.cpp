@@ -1,8 +1,10 @@
 #include "Core/Base/Network/KLPopupConfigFetcher.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "Core/Base/Network/CountingRandom.h"
+#include "Foundation/KLJSON.h"
 #include "Support/FakeHTTPSession.h"
 #include "Support/FakeHost.h"
 
@@ -104,6 +106,11 @@ TEST_F(KLPopupConfigFetcherTest, AnAnswerThatIsNoJSONGivesAConfigurationWithoutP
   EXPECT_TRUE(
       host.log->contains("The popup configuration's answer is no JSON object; going "
                          "on with a configuration without plans"));
+
+  fetch();
+  answer(std::string(KLJSON::kMaxDepth + 1, '[') + std::string(KLJSON::kMaxDepth + 1, ']'));
+  EXPECT_EQ(successes, 2);
+  EXPECT_THAT(host.log->messages(1), ::testing::Contains(::testing::HasSubstr("too deep")));  // says which bound was hit
 }
 
 TEST_F(KLPopupConfigFetcherTest, FailuresReachTheCallerUnchanged) {

@@ -322,6 +322,9 @@ TEST_F(KLCurlHTTPSessionTest, ManyExchangesWaitForTheirTurnWithinTheirTimeOut) {
 }
 
 TEST_F(KLCurlHTTPSessionTest, AProcessWithoutDescriptorsAtTheStartIsServedOnceItHasSome) {
+#ifdef __SANITIZE_ADDRESS__  // as is the undefined behaviour sanitizer then
+  GTEST_SKIP() << "the undefined behaviour sanitizer looks at memory through a pipe, for which there is no descriptor either";
+#endif
   session.reset();
   rlimit usual{};
   ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &usual), 0);

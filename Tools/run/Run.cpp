@@ -118,7 +118,7 @@ class Run {
   bool carryOut(const FetchStep&) { return application_.fetch(), true; }
 
   bool carryOut(const TapStep& step) {
-    if (const std::string fault = application_.tap(step.element); !fault.empty()) refuse(fault);
+    if (const std::string fault = application_.tap(step.element); !fault.empty()) say(fault);
     return true;
   }
 

@@ -49,7 +49,8 @@ What happens is printed at once, one JSON object a line:
 A test popup has no "plan_id" (null).
 
 At the end of the input everything asked for is finished, and popups are dismissed as they come.
-Exit status: 0; 1 when a line was no command or a tap met nothing (see standard error); 2 when the library cannot be run;
+A tap that meets nothing is reported on standard error.
+Exit status: 0; 1 when a line was no command (see standard error); 2 when the library cannot be run;
 128 and the signal's number after SIGINT or SIGTERM, which drop what is queued but keep the state.)";
 
 }  // namespace

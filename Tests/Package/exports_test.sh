@@ -10,8 +10,10 @@ shift
 classes=$(grep -rhoP '^(class|struct)\s+(KALEO_API\s+)?\K\w+(?!.*;$)' "$@" | sort -u | paste -sd '|' || true)
 functions=$(grep -rhoP '^\s*KALEO_API\s+(?!friend)[^(;]*?\K\w+(?=\()' "$@" | sort -u | paste -sd '|' || true)
 classes=${classes:-none}
+# The name of a member template begins with what it returns.
+returns="(kaleo::($classes)( const)?[&*]* )?"
 prefix='((typeinfo|typeinfo name|vtable|VTT|guard variable) for |(non-)?virtual thunk to )?'
-allowed="^$prefix(kaleo::($classes)(::.*)?|kaleo::operator==\(kaleo::($classes) .*|kaleo::(${functions:-none})\(.*)\$"
+allowed="^$prefix$returns(kaleo::($classes)(::.*)?|kaleo::operator==\(kaleo::($classes) .*|kaleo::(${functions:-none})\(.*)\$"
 
 exported=$(nm -DC --defined-only "$library" | cut -d ' ' -f 3-)
 grep -qE "$allowed" <<<"$exported" || { echo "FAILED: $library exports nothing" >&2; exit 1; }

@@ -31,13 +31,14 @@ class KALEO_API KLConfigOptions {
   std::string apiBaseURL() const;
   void setApiBaseURL(std::string url);
 
-  /// Credential and organisation, sent with requests. Only a non-empty text is taken.
+  /// Credential and organisation. Only a non-empty text is taken. No request of this version carries them.
   std::optional<std::string> accessToken() const;
   void setAccessToken(const KLValue& token);
   std::optional<std::string> orgID() const;
   void setOrgID(const KLValue& orgID);
 
-  /// Encryption of request bodies. Default: off.
+  /// Encryption of request bodies. Default: off. No request of this version has a body to encrypt; an encrypted answer is read
+  /// whatever is set here.
   bool enableHttpEncrypt() const { return enableHttpEncrypt_; }
   void setEnableHttpEncrypt(bool on) { enableHttpEncrypt_ = on; }
 

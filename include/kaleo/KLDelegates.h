@@ -22,7 +22,8 @@ class KALEO_API KLPopupDelegate {
   virtual void popupDidCloseWithPlanID(const std::string& planID) { (void)planID; }
 };
 
-/// Life of every campaign, the customised ones included. Every callback is optional. Threads: the main thread.
+/// Life of every campaign, the customised ones included. Every callback is optional. Threads: the main thread, with nothing of the
+/// library locked: a callback may call the library. One that throws is ignored.
 class KALEO_API KLCampaignDelegate {
  public:
   virtual ~KLCampaignDelegate() = default;
@@ -31,7 +32,8 @@ class KALEO_API KLCampaignDelegate {
   virtual bool implementsCampaignShouldStart() const { return true; }
   virtual bool implementsCampaignDidStart() const { return true; }
 
-  /// Answers whether the campaign may be shown. The display waits for the answer.
+  /// Answers whether the campaign may be shown. The display waits for the answer; one that takes more than 10 seconds, or throws,
+  /// counts as a refusal.
   virtual bool campaignShouldStart(const KLCampaign& campaign) { return (void)campaign, true; }
   virtual void campaignDidStart(const KLCampaign& campaign) { (void)campaign; }
   /// `campaign.action` is the tapped element's first action.

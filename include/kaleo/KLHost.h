@@ -21,9 +21,10 @@ class KALEO_API NBProjectSource {
   virtual std::optional<std::string> project() const = 0;
 };
 
-/// The host analytics library's main object. Each member that is not overridden counts as not implemented by the host.
-/// Threads: called from any thread, also while the host is inside a call of its own; it must not call back into this object's
-/// caller while holding a lock that its own tracking takes.
+/// The host analytics library's main object. Each member that is not overridden counts as not implemented by the host, and one that
+/// throws as without a value. A member may call the library: nothing of it is locked meanwhile.
+/// Threads: any of the library's and the main thread, several at once; `libVersion` also the thread that calls
+/// `isSupportedNBVersion`. A getter that blocks delays popups and fetches; a `track` that blocks holds up the main thread, too.
 class KALEO_API NimbraSDK {
  public:
   virtual ~NimbraSDK() = default;
@@ -46,8 +47,8 @@ class KALEO_API NimbraSDK {
   virtual void track(const std::string& event, const KLValue& properties) = 0;
 };
 
-/// The host's logger.
-/// Threads: any.
+/// The host's logger. A line that it throws at is lost, and nothing else. It may call the library.
+/// Threads: any, those of the application inside its calls of the library included: one that blocks holds up its caller.
 class KALEO_API NBLog {
  public:
   virtual ~NBLog() = default;
@@ -56,8 +57,8 @@ class KALEO_API NBLog {
                    int context) = 0;
 };
 
-/// The host's key-value store.
-/// Threads: any.
+/// The host's key-value store. A read that throws has no value, a write that throws is lost.
+/// Threads: any of the library's, never the application's: one that blocks delays popups and nothing else.
 class KALEO_API NBStoreManager {
  public:
   virtual ~NBStoreManager() = default;
@@ -68,7 +69,7 @@ class KALEO_API NBStoreManager {
   virtual bool isRegisteredCustomStorePlugin() const { return false; }
 };
 
-/// The host's key chain.
+/// The host's key chain. Nothing of the library asks for it now; a member that throws counts as without an item.
 class KALEO_API NBKeyChainItemWrapper {
  public:
   virtual ~NBKeyChainItemWrapper() = default;
@@ -78,18 +79,24 @@ class KALEO_API NBKeyChainItemWrapper {
 };
 
 /// The host's event tracker. It calls the hook with every event just before it records it, and records what the hook answers.
+/// The hook blocks on nothing and may be called on any thread, also after it has been taken away.
 class KALEO_API NBEventTracker {
  public:
   using Hook = std::function<KLValue(const KLValue& record, bool isSignUp)>;
   virtual ~NBEventTracker() = default;
-  /// Installs the hook; an empty one takes it away.
+  /// Installs the hook; an empty one takes it away. Called on a thread of the library's, and on the one that registers the tracker.
+  /// A tracker that throws here goes without the hook.
   virtual void setTrackEventHook(Hook hook) = 0;
 };
 
 /// The host's objects under their names. Any of them may be missing, come late, or be replaced: the library looks each up at each
 /// use. Passing null takes an object away.
 ///
-/// Threads: any. Lifetime: the registry shares ownership of what is registered, until it is replaced or the registry goes.
+/// A host that comes after the start posts one of its identity notifications, for the library to fetch its user's plans: a start
+/// that finds no user fetches nothing. The store's `isRegisteredCustomStorePlugin` is asked during the start alone.
+///
+/// Threads: any. No member blocks or throws; an object that is replaced may still be in use for a moment on another thread.
+/// Lifetime: the registry shares ownership of what is registered, until it is replaced or the registry goes.
 class KALEO_API KLHostRegistry {
  public:
   KLHostRegistry();

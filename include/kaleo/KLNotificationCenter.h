@@ -52,7 +52,7 @@ class KALEO_API KLNotificationCenter {
   /// Removes an observer. When it returns, the observer is not running on another thread and will not run again.
   /// Called from inside the observer itself it returns at once.
   void removeObserver(Token token);
-  /// Tells every observer of `name`.
+  /// Tells every observer of `name`. The library's own never block and call nothing of the host but its logger.
   void post(std::string_view name, const std::optional<KLValue>& userInfo = std::nullopt);
 
  private:

@@ -14,8 +14,9 @@ namespace kaleo {
 
 class KLLibrary;
 
-/// The entry: one library for the process. No call blocks its caller on the network, the disk or a popup, and none throws.
-/// Threads: every member may be called from any thread.
+/// The entry: one library for the process. No call blocks its caller on the network, the disk or a popup (but `shutdown`), none
+/// throws, and none holds a lock while it calls the application or the host.
+/// Threads: every member may be called from any thread, and from inside every callback of the library.
 class KALEO_API Kaleo {
  public:
   Kaleo() = delete;
@@ -30,7 +31,8 @@ class KALEO_API Kaleo {
   static void setPlatform(KLPlatform platform);
 
   /// Starts the library, once for the process: options that are missing or have no base URL are refused with a log line, and a
-  /// call after a successful one does nothing.
+  /// call after a successful one does nothing. Returns at once; the start itself runs on the library's own threads, and events
+  /// tracked from now on wait for it.
   static void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
   /// Shows a test popup when `url` is a deep link for one: host "popupwindow", and in its query "kl_popup_test" (true) and
   /// "popup_window_id". Answers whether it was; what the server says to it shows later, or not at all. False before the start.
@@ -42,7 +44,7 @@ class KALEO_API Kaleo {
   static void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
   /// The library's version, dotted.
   static std::string SDKVersion();
-  /// Whether the host library's version is supported (a missing one is).
+  /// Whether the host library's version is supported (a missing one is). Asks the host inside this call.
   static bool isSupportedNBVersion();
 
   /// Ends the library in order: waiting work is let go, what is queued for the store is written, threads end. For the last moments
@@ -56,6 +58,8 @@ class KALEO_API Kaleo {
 /// `Kaleo::shutdown` does.
 class KALEO_API KaleoInstance {
  public:
+  /// Listens to the platform's notification centre from now on; asks the network for nothing before the start. Throws
+  /// std::system_error when the process can have no more threads.
   explicit KaleoInstance(KLPlatform platform);
   ~KaleoInstance();
   KaleoInstance(const KaleoInstance&) = delete;

@@ -3,18 +3,19 @@
 #include "Foundation/KLFile.h"
 #include "Foundation/KLJSON.h"
 #include "PlanStage.h"
+#include "Support/SourceDirectory.h"
 #include "Target.h"
 
 namespace kaleo::fuzz {
 namespace {
 
 constexpr std::size_t kMostEvents = 16;
-constexpr const char* kConfiguration = KALEO_SOURCE_DIR "/Fuzz/corpus/configuration/every-rule.json";
+const std::filesystem::path kConfiguration = testing::sourceDirectory() / "Fuzz/corpus/configuration/every-rule.json";
 
 KLValue everyRule() {
   const auto text = KLFile::read(kConfiguration);
   const auto answer = text ? KLJSON::parse(*text) : std::nullopt;
-  require(answer.has_value(), kConfiguration);
+  require(answer.has_value(), kConfiguration.c_str());
   return *answer;
 }
 

@@ -6,6 +6,7 @@
 
 #include "Foundation/KLFile.h"
 #include "Foundation/KLImageDecoder.h"
+#include "Support/SourceDirectory.h"
 
 namespace kaleo {
 namespace {
@@ -15,8 +16,8 @@ using ::testing::AllOf;
 using ::testing::Ge;
 using ::testing::Le;
 
-const fs::path kCampaigns = fs::path(KALEO_SOURCE_DIR) / "Examples" / "Campaigns";
-const fs::path kBundle = fs::path(KALEO_SOURCE_DIR) / "Resources" / "Kaleo.bundle";
+const fs::path kCampaigns = testing::sourceDirectory() / "Examples" / "Campaigns";
+const fs::path kBundle = testing::sourceDirectory() / "Resources" / "Kaleo.bundle";
 
 std::shared_ptr<const KLImage> pictureAt(const fs::path& path) {
   const auto data = KLFile::read(path);

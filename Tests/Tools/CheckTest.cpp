@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "Foundation/KLJSON.h"
+#include "Support/SourceDirectory.h"
 #include "Support/TemporaryDirectory.h"
 #include "check/CheckReport.h"
 #include "check/Checker.h"
@@ -12,11 +13,11 @@
 namespace kaleo::tools {
 namespace {
 
-using testing::AllOf;
-using testing::Contains;
-using testing::Field;
-using testing::HasSubstr;
-using testing::IsEmpty;
+using ::testing::AllOf;
+using ::testing::Contains;
+using ::testing::Field;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 namespace fs = std::filesystem;
 
 constexpr double kNow = 1790000000;
@@ -144,7 +145,7 @@ TEST(CheckTest, FindsDisplayTimesThatMeanSomethingElse) {
               Contains("display-time at " + range + "/start_time"));
   EXPECT_THAT(inRange("DAY", R"({"start_time": "09:00", "end_time": "09:00"})"), Contains("display-time at " + range));
   EXPECT_THAT(inRange("WEEK", R"({"start_time": "09:00", "end_time": "18:00", "day": "2"})"),
-              testing::IsSupersetOf({"display-day at " + range + "/day", "no-display-time at " + config}));
+              ::testing::IsSupersetOf({"display-day at " + range + "/day", "no-display-time at " + config}));
   EXPECT_THAT(inRange("DAY", ""), Contains("no-display-time at " + config));
 }
 
@@ -246,7 +247,7 @@ TEST(CheckTest, ReportsForPeopleAndForPrograms) {
 TEST(CheckTest, ThePageOfCodesIsUpToDate) {
   std::ostringstream codes;
   writeCodes(codes);
-  EXPECT_EQ(readWhole(fs::path(KALEO_SOURCE_DIR) / "docs" / "check.md"), codes.str()) << "run kaleo check --codes >docs/check.md";
+  EXPECT_EQ(readWhole(testing::sourceDirectory() / "docs" / "check.md"), codes.str()) << "run kaleo check --codes >docs/check.md";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "Foundation/KLJSON.h"
 #include "Support/Chromium.h"
+#include "Support/SourceDirectory.h"
 #include "Support/TemporaryDirectory.h"
 #include "simulate/Simulation.h"
 #include "simulate/SimulationStep.h"
@@ -13,11 +14,11 @@
 namespace kaleo::tools {
 namespace {
 
-using testing::AllOf;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
 namespace fs = std::filesystem;
 
 std::string contentsOf(const fs::path& file) {
@@ -25,7 +26,7 @@ std::string contentsOf(const fs::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-fs::path stories() { return fs::path(KALEO_SOURCE_DIR) / "Tests/Tools/simulate"; }
+fs::path stories() { return testing::sourceDirectory() / "Tests/Tools/simulate"; }
 
 /// A plan that fires at each event `event`; `more` are members that follow.
 std::string plan(int id, const std::string& event, const std::string& more = "") {
@@ -42,7 +43,7 @@ std::string track(double at, const std::string& event) {
   return R"({"at":)" + std::to_string(at) + R"(,"track":{"event":")" + event + "\"}}\n";
 }
 
-class SimulateTest : public testing::Test {
+class SimulateTest : public ::testing::Test {
  protected:
   SimulateTest() { arguments.timeZone = "UTC"; }
 
@@ -81,7 +82,7 @@ struct Story {
   int status = kSimulated;
 };
 
-class SimulateStoryTest : public SimulateTest, public testing::WithParamInterface<Story> {};
+class SimulateStoryTest : public SimulateTest, public ::testing::WithParamInterface<Story> {};
 
 TEST_P(SimulateStoryTest, ComesOutAsTheRulesSay) {
   const Story& story = GetParam();
@@ -102,7 +103,7 @@ TEST_P(SimulateStoryTest, ComesOutAsTheRulesSay) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stories, SimulateStoryTest,
-                         testing::Values(Story{"priority"}, Story{"counts"}, Story{"reentry"}, Story{"dismissal", "UTC", 600},
+                         ::testing::Values(Story{"priority"}, Story{"counts"}, Story{"reentry"}, Story{"dismissal", "UTC", 600},
                                          Story{"limits"}, Story{"conversion"}, Story{"users"}, Story{"updates"},
                                          Story{"hours", "Europe/Berlin"}, Story{"version"}, Story{"dates"},
                                          Story{"refused", "UTC", 0, kSomeLinesBad}),
@@ -114,7 +115,7 @@ TEST_F(SimulateTest, BadLinesAreReportedWithTheirNumbers) {
   std::vector<std::string> numbers;
   std::istringstream lines(err.str());
   for (std::string line; std::getline(lines, line);) {
-    ASSERT_THAT(line, testing::StartsWith("kaleo simulate: line "));
+    ASSERT_THAT(line, ::testing::StartsWith("kaleo simulate: line "));
     numbers.push_back(line.substr(21, line.find(':', 21) - 21));
   }
   EXPECT_THAT(numbers, ElementsAre("1", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "14", "20"));

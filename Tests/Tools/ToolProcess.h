@@ -22,6 +22,9 @@ extern char** environ;
 
 namespace kaleo::testing {
 
+/// The `kaleo` command of this build.
+const char* toolPath();
+
 /// A `kaleo` command in a process of its own, with pipes to its input and output; what it says on the standard error is kept.
 class ToolProcess {
  public:
@@ -29,7 +32,7 @@ class ToolProcess {
     int input[2], output[2];
     if (::pipe2(input, O_CLOEXEC) != 0 || ::pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
     ::signal(SIGPIPE, SIG_IGN);  // a command that ended early shows by its status
-    arguments.insert(arguments.begin(), KALEO_TOOL);
+    arguments.insert(arguments.begin(), toolPath());
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
@@ -38,7 +41,7 @@ class ToolProcess {
     posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errorFile().c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    if (posix_spawn(&pid_, KALEO_TOOL, &actions, nullptr, argv.data(), environ) != 0) throw std::runtime_error(KALEO_TOOL);
+    if (posix_spawn(&pid_, toolPath(), &actions, nullptr, argv.data(), environ) != 0) throw std::runtime_error(toolPath());
     posix_spawn_file_actions_destroy(&actions);
     ::close(input[0]);
     ::close(output[1]);

@@ -8,6 +8,7 @@
 #include "Foundation/KLJSON.h"
 #include "Foundation/KLKeyedArchive.h"
 #include "Support/ManualThreading.h"
+#include "Support/SourceDirectory.h"
 
 // What releases have left on disks must open for ever. Each folder of archives/ is named for a release and holds what that one
 // wrote: an archive of each class, an encrypted database with its key, and the state of a first release (configuration and user
@@ -22,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 using Name = KLDatabaseProperName;
 
-const fs::path kArchives = fs::path(KALEO_SOURCE_DIR) / "Tests/Core/DataStore/archives";
+const fs::path kArchives = sourceDirectory() / "Tests/Core/DataStore/archives";
 
 constexpr const char* kAnswer = R"({
   "min_sdk_version_required": "0.7.0", "server_current_time": "1700000000000", "config_pull_interval_ms": 600000, "user_id": "u1",

@@ -4,6 +4,8 @@
 
 #include <map>
 
+#include "Support/SourceDirectory.h"
+
 namespace kaleo {
 namespace {
 
@@ -56,7 +58,7 @@ TEST(KLXDGDirectories, ResourcesLieBesideTheProgramAsInAnInstallation) {
   const fs::path program = fs::canonical("/proc/self/exe");
   EXPECT_EQ(KLResourceDirectory(), program.parent_path().parent_path() / "share" / "kaleo");
   EXPECT_EQ(KLXDGDirectories("app", environment({})).resources, KLResourceDirectory());
-  EXPECT_EQ(fs::read_symlink(KLResourceDirectory()), fs::path(KALEO_SOURCE_DIR) / "Resources");
+  EXPECT_EQ(fs::read_symlink(KLResourceDirectory()), testing::sourceDirectory() / "Resources");
 }
 
 TEST(KLProcessEnvironment, TellsUnsetFromEmpty) {

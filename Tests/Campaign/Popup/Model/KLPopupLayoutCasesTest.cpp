@@ -11,13 +11,14 @@
 #include "Foundation/KLJSON.h"
 #include "Platform/Headless/KLHeadlessPresentation.h"
 #include "Support/FakeHost.h"
+#include "Support/SourceDirectory.h"
 
 namespace kaleo {
 namespace {
 
 constexpr const char* kTypeNames[] = {"Row", "Column", "Label", "Image", "Button", "Link"};
 
-std::filesystem::path casesDirectory() { return KALEO_SOURCE_DIR "/Tests/Campaign/Popup/Model/cases"; }
+std::filesystem::path casesDirectory() { return testing::sourceDirectory() / "Tests/Campaign/Popup/Model/cases"; }
 
 std::vector<std::string> caseNames() {
   std::vector<std::string> names;

@@ -1,0 +1,7 @@
+#include "ToolProcess.h"
+
+namespace kaleo::testing {
+
+const char* toolPath() { return KALEO_TOOL; }
+
+}  // namespace kaleo::testing

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Core/Base/Diagnosis/KLCampaignDiagnosis.h"
+#include "Core/Base/Support/KLGuardedDiagnosis.h"
 #include "Core/Model/KLEventName.h"
 #include "Foundation/KLKeyedArchive.h"
 
@@ -14,6 +15,11 @@ constexpr const char* kUser = "server-user";
 // What a user has seen in a third of a year, none of it today.
 constexpr int kPopupsShown = 100;
 constexpr double kSecondsBetweenPopups = 90'000;
+
+/// As the library installs a recorder.
+std::shared_ptr<KLDiagnosis> guarded(std::shared_ptr<KLDiagnosis> recorder) {
+  return std::make_shared<KLGuardedDiagnosis>(std::move(recorder));
+}
 
 }  // namespace
 
@@ -41,8 +47,9 @@ void Library::useUpReEntries(const KLPopupConfig& config) {
   }
 }
 
-void Library::setObservers(bool recorder, bool logger) {
-  diagnosis_.set(recorder ? std::make_shared<CountingDiagnosis>() : nullptr);
+void Library::setObservers(Recorder recorder, bool logger) {
+  const bool inBatches = recorder == Recorder::Batches;
+  diagnosis_.set(recorder == Recorder::None ? nullptr : guarded(std::make_shared<CountingDiagnosis>(inBatches)));
   registry_.registerNBLog(logger ? std::make_shared<CountingLog>() : nullptr);
 }
 
@@ -55,8 +62,8 @@ void Library::saveDisplayTimes() {
 
 void Library::recordDecisions(bool on) {
   const std::string directory = directory_.path().string();
-  diagnosis_.set(on ? std::make_shared<KLCampaignDiagnosis>(
-                          KLDiagnosisSurroundings{threads_, clock_, random_, registry_, directory, directory, {}})
+  diagnosis_.set(on ? guarded(std::make_shared<KLCampaignDiagnosis>(
+                          KLDiagnosisSurroundings{threads_, clock_, random_, registry_, directory, directory, {}}))
                     : nullptr);
 }
 

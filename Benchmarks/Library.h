@@ -20,9 +20,15 @@ class CountingLog : public NBLog {
   std::size_t bytes = 0;
 };
 
-/// A recorder that takes every record and keeps none.
+/// A recorder that takes every record and keeps none: in batches, which builds nothing, or each with its content.
 class CountingDiagnosis : public KLDiagnosis {
  public:
+  explicit CountingDiagnosis(bool inBatches) : inBatches_(inBatches) {}
+  bool wantsBatches() const override { return inBatches_; }
+  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
+    if (!inBatches_) return KLDiagnosis::addDecisions(context, decisions);
+    records += decisions.size();
+  }
   void setDiagnosisExpiration(double) override {}
   void addDiagnostor() override {}
   void addContent(const KLValue&, KLDiagnosisState, KLDiagnosisType) override { ++records; }
@@ -32,7 +38,12 @@ class CountingDiagnosis : public KLDiagnosis {
   void saveUserId(const std::string&, const std::string&) override {}
   void verifyDatabaseFile(const std::string&) override {}
   std::size_t records = 0;
+
+ private:
+  const bool inBatches_;
 };
+
+enum class Recorder : std::uint8_t { None, Batches, Contents };
 
 /// A trigger with plans in force over the real store, in a temporary directory. Queues run when `writeStore` says so; all on the
 /// calling thread, so that what is timed is the trigger queue's own work.
@@ -45,7 +56,7 @@ class Library {
   ~Library() { threads_.run(); }
 
   /// What is seen of the work from outside; both are off at first.
-  void setObservers(bool recorder, bool logger);
+  void setObservers(Recorder recorder, bool logger);
 
   /// Records every decision as libkaleo-diagnosis does it. What its queue does belongs to `writeStore`.
   void recordDecisions(bool on);

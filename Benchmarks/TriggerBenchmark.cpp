@@ -26,11 +26,11 @@ void triggerEach(benchmark::State& state, Library& library, const std::vector<KL
   library.writeStore();
 }
 
-void trigger(benchmark::State& state, bool recorder, bool logger, bool usesGlobalLimit) {
+void trigger(benchmark::State& state, Recorder recorder, bool logger, bool usesGlobalLimit) {
   Library& used = library(static_cast<std::size_t>(state.range(0)), usesGlobalLimit);
   used.setObservers(recorder, logger);
   triggerEach(state, used, events());
-  used.setObservers(false, false);
+  used.setObservers(Recorder::None, false);
 }
 
 void triggerRecording(benchmark::State& state) {
@@ -72,12 +72,13 @@ void matchTenListening(benchmark::State& state) {
 }  // namespace
 
 #define KALEO_PLANS RangeMultiplier(10)->Range(10, 10'000)
-BENCHMARK_CAPTURE(trigger, alone, false, false, false)->Name("trigger")->KALEO_PLANS;
-BENCHMARK_CAPTURE(trigger, recorder, true, false, false)->Name("trigger/recorder")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, alone, Recorder::None, false, false)->Name("trigger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, recorder, Recorder::Batches, false, false)->Name("trigger/recorder")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, contents, Recorder::Contents, false, false)->Name("trigger/recorder_contents")->KALEO_PLANS;
 BENCHMARK(triggerRecording)->Name("trigger/diagnosis")->KALEO_PLANS;
-BENCHMARK_CAPTURE(trigger, logger, false, true, false)->Name("trigger/logger")->KALEO_PLANS;
-BENCHMARK_CAPTURE(trigger, both, true, true, false)->Name("trigger/recorder+logger")->KALEO_PLANS;
-BENCHMARK_CAPTURE(trigger, limit, false, false, true)->Name("trigger/global_limit")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, logger, Recorder::None, true, false)->Name("trigger/logger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, both, Recorder::Batches, true, false)->Name("trigger/recorder+logger")->KALEO_PLANS;
+BENCHMARK_CAPTURE(trigger, limit, Recorder::None, false, true)->Name("trigger/global_limit")->KALEO_PLANS;
 BENCHMARK(triggerUnneeded)->Name("trigger/unneeded")->KALEO_PLANS;
 BENCHMARK(triggerTenListening)->Name("trigger/ten_listen")->Arg(10)->Arg(10'000);
 BENCHMARK(matchTenListening)->Name("library/match/ten_listen")->Arg(10)->Arg(10'000);

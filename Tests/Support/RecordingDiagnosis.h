@@ -66,4 +66,23 @@ class RecordingDiagnosis : public KLDiagnosis {
   std::vector<Record> records_;  ///< guarded by mutex_
 };
 
+/// A recorder of batches that builds nothing while it is called.
+class BatchDiagnosis final : public RecordingDiagnosis {
+ public:
+  struct Batch {
+    KLDecisionContext context;
+    std::vector<KLDecision> decisions;
+    std::vector<KLValue> contents;  ///< as they would have been built at once
+  };
+
+  bool wantsBatches() const override { return true; }
+  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
+    Batch& batch = batches.emplace_back(Batch{context, {decisions.begin(), decisions.end()}, {}});
+    for (const KLDecision& decision : decisions) batch.contents.push_back(decision.content(context));
+    RecordingDiagnosis::addDecisions(context, decisions);
+  }
+
+  std::vector<Batch> batches;
+};
+
 }  // namespace kaleo::testing

@@ -2,9 +2,11 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "kaleo/KLClock.h"
+#include "kaleo/KLDecision.h"
 #include "kaleo/KLExport.h"
 #include "kaleo/KLHost.h"
 #include "kaleo/KLQueue.h"
@@ -19,27 +21,14 @@ inline constexpr const char* kQuillonDiagnosticInfoKeyCampaignId = "campaign_id"
 inline constexpr const char* kQuillonDiagnosticInfoKeyWindowStart = "window_start";
 inline constexpr const char* kQuillonDiagnosticInfoKeyWindowEnd = "window_end";
 
-/// Why a record was written.
-enum class KLDiagnosisState : int {
-  ConfigFetched = 1,
-  PlanFiltered = 2,
-  NotConverted = 3,
-  GlobalInterval = 4,
-  PlanInterval = 5,
-  Pattern = 6,
-  GlobalLimit = 7,
-  ReEnterLimit = 8,
-  LowerPriority = 9,
-  Finished = 10,
-};
-
-/// What kind of step a record belongs to.
-enum class KLDiagnosisType : int { Config = 0, Trigger = 1 };
-
 /// The recorder of decisions: told of each plan that did not show why it did not. Optional: without one every decision is the same
 /// and nothing is recorded. Port. Times in records are whole milliseconds since 1970.
 /// Threads: the library's worker, but `verifyDatabaseFile`, which may come from another thread of the library. One call at a time.
 /// The worker waits for each call, so a recorder with more to do than to take note does it elsewhere.
+///
+/// The simple recorder takes each record through `addContent`, at the moment of its decision and built on the worker. The quick one
+/// answers true to `wantsBatches` and copies the numbers that `addDecisions` hands over once for each event; it has the contents
+/// built where and when it likes, or never.
 class KALEO_API KLDiagnosis {
  public:
   virtual ~KLDiagnosis() = default;
@@ -54,6 +43,12 @@ class KALEO_API KLDiagnosis {
   virtual void addContent(const KLValue& content, KLDiagnosisState state, KLDiagnosisType type) = 0;
   /// The same about the plan with the id `entityId`.
   virtual void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) = 0;
+  /// Whether the decisions about one event come together. Asked once, before any comes.
+  virtual bool wantsBatches() const { return false; }
+  /// Decisions about plans, in the order in which they were made: all those about one event, or about the plans of one
+  /// configuration; just one where batches are not wanted. Gives each to `addContent` unless overridden. Other records come through
+  /// `addContent` in any case. Lifetime: both are lent for the call; copies of the elements stay good.
+  virtual void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions);
   /// Decides by the configuration's condition whether and what to upload; null: the configuration had none.
   virtual void flushWithCondition(const KLValue* condition) = 0;
   virtual void saveJourneyId(const std::string& journeyId, const std::string& userId, const std::string& entityId) = 0;

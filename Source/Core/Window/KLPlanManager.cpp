@@ -15,6 +15,7 @@ void KLPlanManager::setPopupConfig(std::shared_ptr<const KLPopupConfig> config) 
 
 void KLPlanManager::filterPlansAndEvents() {
   surroundings_.log.info("Filter events and plans");
+  const KLDecisionBatch decisions(surroundings_.diagnosis);
   const double now = surroundings_.time.clock.now();
   Plans runnable;
   neededEvents_.clear();
@@ -42,21 +43,18 @@ void KLPlanManager::addNeededEvents(const Events& events) {
 
 void KLPlanManager::filterPlan(const std::shared_ptr<const KLPopupPlanModel>& model, double now, Plans& runnable) const {
   if (model->isExpired(now)) {
-    report(*model, "expired campaign");
+    report(*model, KLDecision::Kind::Expired);
   } else if (!model->isActive()) {
-    report(*model, "not active");
+    report(*model, KLDecision::Kind::NotActive);
   } else if (!model->isAudience) {
-    report(*model, "not audience");
+    report(*model, KLDecision::Kind::NotAudience);
   } else {
     runnable.push_back(std::make_shared<KLPopupPlan>(model, surroundings_));
   }
 }
 
-void KLPlanManager::report(const KLPopupPlanModel& model, const char* message) const {
-  KLDiagnosis* recorder = surroundings_.diagnosis.get();
-  if (!recorder) return;
-  const KLValue content(KLObject{{kQuillonDiagnosticInfoKeyMessage, message}});
-  recorder->addContent(content, model.planKey(), KLDiagnosisState::PlanFiltered, KLDiagnosisType::Config);
+void KLPlanManager::report(const KLPopupPlanModel& model, KLDecision::Kind kind) const {
+  if (surroundings_.diagnosis.get()) surroundings_.diagnosis.add({.kind = kind, .planID = model.planID});
 }
 
 void KLPlanManager::loadPlans() {

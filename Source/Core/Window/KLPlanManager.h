@@ -67,7 +67,7 @@ class KLPlanManager {
 
  private:
   void filterPlan(const std::shared_ptr<const KLPopupPlanModel>& model, double now, Plans& runnable) const;
-  void report(const KLPopupPlanModel& model, const char* message) const;
+  void report(const KLPopupPlanModel& model, KLDecision::Kind kind) const;
   void addNeededEvents(const Events& events);
   void indexPlans();
 

@@ -65,6 +65,7 @@ void KLPopupPlan::restoreWindows(const KaleoDataStore::PlanWindows& stored) {
 }
 
 bool KLPopupPlan::patternMatchWithEvent(const KLValue& event) {
+  const KLDecisionBatch decisions(surroundings_.diagnosis, &event);
   return matchPattern(event, KLEventName(event).text(), [&](std::size_t matcher) {
     return planModel_->patternPopup.matcherList[matcher].isMatchedEvent(event, surroundings_.time.calendar);
   });
@@ -88,14 +89,14 @@ bool KLPopupPlan::matchPattern(const KLValue& event, std::string_view name, IsMa
     log.info("Event permissions match check for event: {} {}", name, "not satisfy");
     return false;
   }
-  const bool matched = countEventInMatchers(event, isMatched);
+  const bool matched = countEventInMatchers(isMatched);
   log.info("Pattern match check for event: {} {}", name, matched ? "satisfy" : "not satisfy");
   return matched;
 }
 
 // Every matcher counts for itself, so none is skipped. The windows are written once, after all of them.
 template <class IsMatched>
-bool KLPopupPlan::countEventInMatchers(const KLValue& event, IsMatched&& isMatched) {
+bool KLPopupPlan::countEventInMatchers(IsMatched&& isMatched) {
   const auto& matchers = planModel_->patternPopup.matcherList;
   bool matched = false;
   bool counted = false;
@@ -105,7 +106,7 @@ bool KLPopupPlan::countEventInMatchers(const KLValue& event, IsMatched&& isMatch
       counted = true;
     } else {
       surroundings_.log.info("Event does not match pattern match filters");
-      recordPropertiesCheck(index, event);
+      recordPropertiesCheck(index);
     }
   }
   if (counted) storeTriggerWindows();
@@ -129,33 +130,24 @@ bool KLPopupPlan::isConverted() const {
   return convertWindow_ && convertWindow_->isConverted(surroundings_.hostStore, surroundings_.log);
 }
 
-void KLPopupPlan::recordPropertiesCheck(std::size_t index, const KLValue& event) const {
+void KLPopupPlan::recordPropertiesCheck(std::size_t index) const {
   if (!surroundings_.diagnosis.get()) return;
-  const auto window = triggerWindows_.find(index);
-  const bool exists = window != triggerWindows_.end();
-  KLObject content{{kQuillonDiagnosticInfoKeyMessage, "not meet properties check"},
-                   {kQuillonDiagnosticInfoKeyWindowStart, KLMilliseconds(exists ? window->second.startTime : 0)},
-                   {kQuillonDiagnosticInfoKeyWindowEnd, KLMilliseconds(exists ? window->second.endTime : 0)}};
-  for (const char* const key : {"track_id", "_track_id"}) {
-    const KLValue* const id = event.find(key);
-    if (id && !id->isNull()) content.set(key, *id);
+  KLDecision decision{.kind = KLDecision::Kind::PropertiesCheck, .planID = planModel_->planID};
+  if (const auto window = triggerWindows_.find(index); window != triggerWindows_.end()) {
+    decision.windowStart = window->second.startTime;
+    decision.windowEnd = window->second.endTime;
   }
-  record(std::move(content));
+  surroundings_.diagnosis.add(decision);
 }
 
 void KLPopupPlan::recordTriggerCount(const KLPopupTriggerWindow& window, std::int64_t needed) const {
   if (!surroundings_.diagnosis.get()) return;
-  record({{kQuillonDiagnosticInfoKeyMessage, "not meet trigger count"},
-          {kQuillonDiagnosticInfoKeyWindowStart, KLMilliseconds(window.startTime)},
-          {kQuillonDiagnosticInfoKeyWindowEnd, KLMilliseconds(window.endTime)},
-          {"current_count", window.count},
-          {"campaign_count", needed}});
-}
-
-void KLPopupPlan::record(KLObject content) const {
-  content.set(kQuillonDiagnosticInfoKeyCampaignId, planId());
-  surroundings_.diagnosis.get()->addContent(KLValue(std::move(content)), planId(), KLDiagnosisState::Pattern,
-                                            KLDiagnosisType::Trigger);
+  surroundings_.diagnosis.add({.kind = KLDecision::Kind::TriggerCount,
+                               .planID = planModel_->planID,
+                               .windowStart = window.startTime,
+                               .windowEnd = window.endTime,
+                               .count = window.count,
+                               .limit = needed});
 }
 
 const KLPopupTriggerWindow* KLPopupPlan::triggerWindowForKey(std::string_view key) const {

@@ -98,14 +98,13 @@ class KLPopupPlan {
   template <class IsMatched>
   bool matchPattern(const KLValue& event, std::string_view name, IsMatched&& isMatched);
   template <class IsMatched>
-  bool countEventInMatchers(const KLValue& event, IsMatched&& isMatched);
+  bool countEventInMatchers(IsMatched&& isMatched);
   /// Whether the event counted often enough for `matcher`.
   bool countEvent(const KLPlanPopupMatcher& matcher, std::size_t index);
   void logTriggerWindowSave(const KLPopupTriggerWindow& window, std::size_t index) const;
   void storeTriggerWindows();
-  void recordPropertiesCheck(std::size_t index, const KLValue& event) const;
+  void recordPropertiesCheck(std::size_t index) const;
   void recordTriggerCount(const KLPopupTriggerWindow& window, std::int64_t needed) const;
-  void record(KLObject content) const;
   std::optional<KLBytes> read(Kind kind) const;
   void save(std::optional<KLBytes> data, Kind kind);
 

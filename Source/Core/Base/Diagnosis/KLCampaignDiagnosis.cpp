@@ -9,6 +9,7 @@
 
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
 #include "Core/Base/Diagnosis/KLDiagnosisUpload.h"
+#include "Core/Base/Diagnosis/KLWaitingRecords.h"
 #include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Core/Nimbra/KLStoreManager.h"
@@ -19,7 +20,6 @@ namespace {
 
 constexpr const char* kQueueLabel = "org.kaleo.KLDiagnosisQueue";
 constexpr double kDefaultExpiration = 2592000;  // seconds: 30 days
-constexpr std::size_t kReserved = 256;          // records for which a batch has room from the start
 
 std::filesystem::path fileIn(const std::string& directory, const std::string& name) {
   return directory.empty() ? std::filesystem::path() : std::filesystem::path(directory) / name;
@@ -39,7 +39,6 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
                   std::move(vfs)),
         queue_(surroundings.threading.makeSerialQueue(kQueueLabel)),
         upload_(std::make_shared<KLDiagnosisUpload>(database_, queue_, log_, surroundings.upload)) {
-    waiting_.reserve(kReserved);
     if (!KLStoreManager(surroundings.host).isRegisteredCustomStorePlugin()) return;
     encryptor_.setKeyFile(fileIn(surroundings.library, KaleoDataStore::kKeyFileName));
     database_.setEncryptor(&encryptor_);
@@ -50,20 +49,12 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
 
   void setExpiration(double seconds) { expiration_ = seconds; }
 
+  void add(const KLDecisionContext& context, std::span<const KLDecision> decisions) {
+    takeIn(decisions.size(), [&](std::int64_t time) { waiting_.add(time, user_, context, decisions); });
+  }
+
   void add(const KLValue& content, const std::string& planId, KLDiagnosisState state, KLDiagnosisType type) {
-    const std::int64_t time = KLMilliseconds(clock_.now());
-    std::size_t count = 0;
-    {
-      const std::lock_guard lock(mutex_);
-      if (waiting_.size() >= kMaxWaiting) {
-        ++dropped_;
-        return;
-      }
-      waiting_.push_back({time, user_, planId, state, type, content});
-      count = waiting_.size();
-    }
-    if (count == 1) queue_->asyncAfter(kWriteDelay, task(&State::writeWaiting));
-    if (count == kBatch) queue_->async(task(&State::writeWaiting));
+    takeIn(1, [&](std::int64_t time) { waiting_.add({time, user_, planId, state, type, content}); });
   }
 
   void setUser(std::shared_ptr<const KLDiagnosisUser> user) {
@@ -98,22 +89,20 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
     auto user = std::make_shared<const KLDiagnosisUser>(KLDiagnosisUser{database_.userIdWithDistinctId(distinctId), distinctId});
     const std::lock_guard lock(mutex_);
     if (!user_) user_ = user;
-    for (KLDiagnosisRecord& record : waiting_) {
-      if (!record.user) record.user = user;
-    }
+    waiting_.setMissingUser(user);
   }
 
   void writeWaiting() {
-    std::vector<KLDiagnosisRecord> records;
-    records.reserve(kReserved);
     std::size_t dropped = 0;
     {
       const std::lock_guard lock(mutex_);
-      records.swap(waiting_);
+      std::swap(waiting_, writing_);
       dropped = std::exchange(dropped_, 0);
     }
     if (dropped > 0) log_.error("Too many diagnosis records wait for the disk, {} were dropped", dropped);
-    if (!records.empty()) {
+    if (writing_.size() > 0) {
+      auto records = writing_.records();
+      writing_.clear();
       leaveOutKnownConfigurations(records);
       if (!database_.append(records, bridge_.project())) log_.error("{} diagnosis records were dropped", records.size());
     }
@@ -121,6 +110,24 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   }
 
  private:
+  /// Lets `add` put `count` records of now on the list, if there is room.
+  template <class Add>
+  void takeIn(std::size_t count, Add&& add) {
+    const std::int64_t time = KLMilliseconds(clock_.now());
+    std::size_t before = 0;
+    {
+      const std::lock_guard lock(mutex_);
+      before = waiting_.size();
+      if (before + count > kMaxWaiting) {
+        dropped_ += count;
+        return;
+      }
+      add(time);
+    }
+    if (before == 0) queue_->asyncAfter(kWriteDelay, task(&State::writeWaiting));
+    if (before < kBatch && before + count >= kBatch) queue_->async(task(&State::writeWaiting));
+  }
+
   KLQueue::Task task(void (State::*member)()) {
     return [weak = weak_from_this(), member] {
       if (const auto self = weak.lock()) (self.get()->*member)();
@@ -155,9 +162,10 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   const NBBridge bridge_;
   std::atomic<double> expiration_{kDefaultExpiration};
   std::mutex mutex_;
-  std::vector<KLDiagnosisRecord> waiting_;       ///< guarded by mutex_
+  KLWaitingRecords waiting_;                     ///< guarded by mutex_
   std::shared_ptr<const KLDiagnosisUser> user_;  ///< guarded by mutex_; null until the queue has found it
   std::size_t dropped_ = 0;                      ///< guarded by mutex_
+  KLWaitingRecords writing_;                     ///< the queue's; empty but for its memory, which it lends to waiting_
   std::optional<double> lastSweep_;
   KLValue lastConfiguration_;
   KLAESCrypt encryptor_;
@@ -190,6 +198,10 @@ void KLCampaignDiagnosis::addContent(const KLValue& content, KLDiagnosisState st
 void KLCampaignDiagnosis::addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state,
                                      KLDiagnosisType type) {
   state_->add(content, entityId, state, type);
+}
+
+void KLCampaignDiagnosis::addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) {
+  state_->add(context, decisions);
 }
 
 void KLCampaignDiagnosis::flushWithCondition(const KLValue* condition) {

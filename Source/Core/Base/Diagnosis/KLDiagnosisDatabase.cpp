@@ -10,16 +10,19 @@ namespace kaleo {
 namespace {
 
 constexpr const char* kSchema =
-    "PRAGMA user_version = 1;"
+    "PRAGMA user_version = 2;"
     "CREATE TABLE IF NOT EXISTS Journeys (id INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL, project TEXT, user_id TEXT, "
     "distinct_id TEXT, plan_id TEXT, state INTEGER NOT NULL, type INTEGER NOT NULL, content TEXT, encryptedStatus INTEGER NOT "
     "NULL, "
-    "acknowledged INTEGER NOT NULL DEFAULT 0);"
+    "acknowledged INTEGER NOT NULL DEFAULT 0, event TEXT);"
     "CREATE INDEX IF NOT EXISTS index_time ON Journeys (time);"
     "CREATE INDEX IF NOT EXISTS index_unacknowledged ON Journeys (id) WHERE acknowledged = 0;"
     "CREATE TABLE IF NOT EXISTS Users (distinct_id TEXT PRIMARY KEY, user_id TEXT);"
     "CREATE TABLE IF NOT EXISTS JourneyIds (user_id TEXT, plan_id TEXT, journey_id TEXT, PRIMARY KEY (user_id, plan_id));"
     "CREATE TABLE IF NOT EXISTS Installation (id TEXT);";
+
+/// What version 1 did not have.
+constexpr const char* kUpgrade = "ALTER TABLE Journeys ADD COLUMN event TEXT; PRAGMA user_version = 2;";
 
 constexpr auto& kTexts = KLDatabaseFile::kSpaced;
 /// When there is too much, a quarter goes, so that it does not happen at each batch.
@@ -58,7 +61,8 @@ bool KLDiagnosisDatabase::prepare() {
 
 bool KLDiagnosisDatabase::createTables() {
   KLSQLiteTransaction transaction(file_.connection());
-  if (transaction.isBegun() && file_.connection().execute(kSchema) && transaction.commit()) return hasTables_ = true;
+  const auto version = transaction.isBegun() ? number("PRAGMA user_version") : std::nullopt;
+  if (version && file_.connection().execute(*version == 1 ? kUpgrade : kSchema) && transaction.commit()) return hasTables_ = true;
   file_.logFailure("Failed to make the tables of the diagnosis, error: ");
   return false;
 }
@@ -88,10 +92,11 @@ bool KLDiagnosisDatabase::appendRow(const KLDiagnosisRecord& record, const std::
   static const KLDiagnosisUser kNobody;
   const KLDiagnosisUser& user = record.user ? *record.user : kNobody;
   return file_.write(
-      "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus) "
-      "VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+      "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus, "
+      "event) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
       kTexts, record.time, project, encrypted(user.userId), encrypted(user.distinctId), encrypted(record.planId),
-      static_cast<int>(record.state), static_cast<int>(record.type), encrypted(contentOf(record)), encryptor_ ? 1 : 0);
+      static_cast<int>(record.state), static_cast<int>(record.type), encrypted(contentOf(record)), encryptor_ ? 1 : 0,
+      encrypted(record.event));
 }
 
 bool KLDiagnosisDatabase::shrink() {
@@ -166,7 +171,7 @@ std::vector<KLKeptDiagnosisRecord> KLDiagnosisDatabase::unacknowledged(const KLD
     return fmt::format("{} IN {}", column, places(2 * ids.size()));
   };
   std::string sql =
-      "SELECT id, time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus FROM Journeys "
+      "SELECT id, time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus, event FROM Journeys "
       "WHERE acknowledged = 0 AND time >= ? AND time <= ?";
   if (!condition.userIds.empty() || !condition.distinctIds.empty()) {
     sql += " AND (" + anyOf("user_id", condition.userIds);
@@ -191,7 +196,8 @@ std::vector<KLKeptDiagnosisRecord> KLDiagnosisDatabase::unacknowledged(const KLD
                                  decrypted(statement.text(5), isEncrypted),
                                  statement.integer(6),
                                  statement.integer(7),
-                                 decrypted(statement.text(8), isEncrypted)};
+                                 decrypted(statement.text(8), isEncrypted),
+                                 decrypted(statement.text(10), isEncrypted)};
     bytes += record.content.size();
     if (bytes > maxBytes && !records.empty()) break;
     records.push_back(std::move(record));

@@ -17,7 +17,7 @@ struct KLDiagnosisUser {
   std::string distinctId;
 };
 
-/// A decision as it is handed to the recorder.
+/// A record as it goes into the database.
 struct KLDiagnosisRecord {
   std::int64_t time = 0;  ///< milliseconds since 1970
   std::shared_ptr<const KLDiagnosisUser> user;
@@ -25,6 +25,7 @@ struct KLDiagnosisRecord {
   KLDiagnosisState state;
   KLDiagnosisType type;
   KLValue content;
+  std::string event = {};  ///< name of the event that was decided about; empty: about none
 };
 
 /// A decision as it is kept.
@@ -36,6 +37,7 @@ struct KLKeptDiagnosisRecord {
   std::string planId;
   std::int64_t state = 0, type = 0;
   std::string content;  ///< JSON
+  std::string event;
 };
 
 }  // namespace kaleo

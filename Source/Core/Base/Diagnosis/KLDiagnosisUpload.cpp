@@ -29,6 +29,7 @@ KLValue documentOf(const KLKeptDiagnosisRecord& record, bool withConfiguration) 
                   {"plan_id", record.planId},
                   {"state", record.state},
                   {"type", record.type},
+                  {"event", record.event},
                   {"content", contentOf(record, withConfiguration)}};
 }
 

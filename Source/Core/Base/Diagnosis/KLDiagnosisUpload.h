@@ -14,9 +14,9 @@ namespace kaleo {
 /// Sends the records that the server asks for, page by page, each page after the one before it was acknowledged.
 ///
 /// A page is an object: "installation_id", "platform", "sdk_version", and "records", an array of objects with "record_id", "time"
-/// (milliseconds since 1970), "project", "user_id", "distinct_id", "plan_id" (all texts, "" for none), "state", "type" and
-/// "content". An acknowledged record is never sent again. One whose acknowledgement was lost is: installation id and record id
-/// together tell the server that it is the same.
+/// (milliseconds since 1970), "project", "user_id", "distinct_id", "plan_id" (all texts, "" for none), "state", "type",
+/// "event" and "content". An acknowledged record is never sent again. One whose acknowledgement was lost is: installation id and
+/// record id together tell the server that it is the same.
 ///
 /// When a page is not taken, it is tried again after 30 seconds, then after twice as long each time, an hour at most; after
 /// `kMaxFailures` in a row sending rests until the server asks again.

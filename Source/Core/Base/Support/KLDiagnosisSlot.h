@@ -3,25 +3,61 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "kaleo/KLDiagnosis.h"
 
 namespace kaleo {
 
-/// The place of one library's recorder, empty until (and unless) one is made.
-/// Threads: set once during start, read from any thread.
+/// The place of one library's recorder, empty until (and unless) one is made, and the decisions on their way to it.
+/// Threads: set once during start; `get` from any thread, the rest on the trigger queue.
 class KLDiagnosisSlot {
  public:
-  /// The recorder or null: build a record only when there is one.
+  /// The recorder or null: make a decision's record only when there is one.
   KLDiagnosis* get() const { return recorder_.load(std::memory_order_acquire); }
-  void set(std::shared_ptr<KLDiagnosis> recorder) {
-    owner_ = std::move(recorder);
-    recorder_.store(owner_.get(), std::memory_order_release);
+  void set(std::shared_ptr<KLDiagnosis> recorder);
+
+  /// Records a decision. Only while there is a recorder.
+  void add(const KLDecision& decision) {
+    decisions_.push_back(decision);
+    if (!collects_) handOver();
   }
+  /// What the decisions of now have in common; to be filled in before they are added.
+  KLDecisionContext& context() { return context_; }
+  /// Gives the recorder what has been collected.
+  void handOver();
 
  private:
+  friend class KLDecisionBatch;
+
+  void open(const KLValue* event);
+  void close();
+
   std::shared_ptr<KLDiagnosis> owner_;
   std::atomic<KLDiagnosis*> recorder_{nullptr};
+  bool wantsBatches_ = false;
+  bool collects_ = false;           ///< a batch is open, and wanted
+  const KLValue* event_ = nullptr;  ///< the record of the event that is decided about
+  KLDecisionContext context_;
+  std::vector<KLDecision> decisions_;
+};
+
+/// While it lives, the decisions that are made are about one event, and go to the recorder together at its end.
+/// Lifetime: borrows both. Batches do not nest.
+class KLDecisionBatch {
+ public:
+  /// `event`: its record; null: the decisions are about no event.
+  explicit KLDecisionBatch(KLDiagnosisSlot& slot, const KLValue* event = nullptr) : slot_(slot.get() ? &slot : nullptr) {
+    if (slot_) slot_->open(event);
+  }
+  ~KLDecisionBatch() {
+    if (slot_) slot_->close();
+  }
+  KLDecisionBatch(const KLDecisionBatch&) = delete;
+  KLDecisionBatch& operator=(const KLDecisionBatch&) = delete;
+
+ private:
+  KLDiagnosisSlot* const slot_;
 };
 
 /// Seconds since 1970 as the whole milliseconds that records carry, within what 64 bits hold.

@@ -25,6 +25,14 @@ class KLGuardedDiagnosis final : public KLDiagnosis {
   void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) override {
     guard([&] { recorder_->addContent(content, entityId, state, type); });
   }
+  bool wantsBatches() const override {
+    bool wants = false;
+    guard([&] { wants = recorder_->wantsBatches(); });
+    return wants;
+  }
+  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
+    guard([&] { recorder_->addDecisions(context, decisions); });
+  }
   void flushWithCondition(const KLValue* condition) override {
     guard([&] { recorder_->flushWithCondition(condition); });
   }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <iterator>
 
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLKeyedArchive.h"
@@ -55,18 +54,11 @@ KLGlobalWindows::DisplayTimes& KLGlobalWindows::displayTimes() {
   if (displayTimes_ && displayTimes_->userId == userId) return *displayTimes_;
   const auto data = around_.store.globalWindowWithUserId(userId, KLDatabaseProperName::GlobalLimit);
   const auto stored = data ? KLKeyedArchive::unarchive(*data, KLPopupGlobalLimit::kClassName) : std::nullopt;
-  const KLValue::Array& times = stored ? stored->asArray() : KLValue().asArray();
-  return displayTimes_.emplace(DisplayTimes{std::move(userId), times, sortedNumbers(times)});
+  KLValue times = stored && stored->isArray() ? *stored : KLValue(KLValue::Array{});
+  return displayTimes_.emplace(DisplayTimes{std::move(userId), times, sortedNumbers(times.asArray())});
 }
 
-const KLValue::Array& KLGlobalWindows::loadGlobalPopupTimeIntervals() { return displayTimes().times; }
-
-KLValue::Array KLGlobalWindows::popupIntervalsInLimitWindow(const KLPlanWindow& window) {
-  KLValue::Array inside;
-  std::ranges::copy_if(loadGlobalPopupTimeIntervals(), std::back_inserter(inside),
-                       [&](const KLValue& time) { return quillon_doubleValue(&time) >= window.startTime; });
-  return inside;
-}
+const KLValue& KLGlobalWindows::loadGlobalPopupTimeIntervals() { return displayTimes().times; }
 
 std::size_t KLGlobalWindows::popupCountInLimitWindow(const KLPlanWindow& window) {
   const auto& sorted = displayTimes().sorted;
@@ -78,7 +70,9 @@ std::size_t KLGlobalWindows::popupCountInLimitWindow(const KLPlanWindow& window)
 void KLGlobalWindows::saveGlobalPopupData() {
   auto& [userId, times, sorted] = displayTimes();
   const double now = around_.time.clock.now();
-  times.emplace_back(now);
+  KLValue::Array all = times.asArray();
+  all.emplace_back(now);
+  times = std::move(all);
   sorted.insert(std::ranges::upper_bound(sorted, now), now);
   around_.store.saveGlobalWindowData(KLKeyedArchive::archive(KLPopupGlobalLimit::kClassName, times), userId,
                                      KLDatabaseProperName::GlobalLimit);

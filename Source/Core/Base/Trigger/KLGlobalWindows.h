@@ -27,10 +27,9 @@ class KLGlobalWindows {
   /// When popups were shown to the present user, seconds since 1970, in the order of showing. Read from the store once, then kept
   /// until the user changes or `loadGlobalWindow` is called. All of them count: a configuration to come may limit any stretch of
   /// time, and the clock may be set back.
-  const KLValue::Array& loadGlobalPopupTimeIntervals();
-  /// Those at or after the start of `window`.
-  KLValue::Array popupIntervalsInLimitWindow(const KLPlanWindow& window);
-  /// Their number, which the log is told.
+  /// An array, of which a copy stays as it is.
+  const KLValue& loadGlobalPopupTimeIntervals();
+  /// The number of those at or after the start of `window`, which the log is told.
   std::size_t popupCountInLimitWindow(const KLPlanWindow& window);
   /// Adds now to the times, and stores them.
   void saveGlobalPopupData();
@@ -38,7 +37,7 @@ class KLGlobalWindows {
  private:
   struct DisplayTimes {
     std::string userId;
-    KLValue::Array times;        ///< as stored
+    KLValue times;               ///< an array, as stored
     std::vector<double> sorted;  ///< the same as numbers, in the order of time: what is asked for each limit, plan and event
   };
 

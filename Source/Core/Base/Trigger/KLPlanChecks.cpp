@@ -4,16 +4,23 @@
 
 namespace kaleo {
 
-template <class Fill>
-void KLPlanChecks::refuse(const KLPopupPlan& plan, KLDiagnosisState state, const char* message, const KLPlanAbstractWindow& window,
-                          Fill&& fill) const {
-  KLDiagnosis* const recorder = around_.diagnosis.get();
-  if (!recorder) return;
-  KLObject content{{kQuillonDiagnosticInfoKeyMessage, message},
-                   {kQuillonDiagnosticInfoKeyWindowStart, KLMilliseconds(window.startTime)},
-                   {kQuillonDiagnosticInfoKeyWindowEnd, KLMilliseconds(window.endTime)}};
-  fill(content);
-  recorder->addContent(std::move(content), plan.planId(), state, KLDiagnosisType::Trigger);
+void KLPlanChecks::refuse(const KLPopupPlan& plan, KLDecision::Kind kind, const KLPlanAbstractWindow& window, std::int64_t count,
+                          std::int64_t limit) const {
+  if (!around_.diagnosis.get()) return;
+  around_.diagnosis.add({.kind = kind,
+                         .planID = plan.planModel().planID,
+                         .windowStart = window.startTime,
+                         .windowEnd = window.endTime,
+                         .count = count,
+                         .limit = limit});
+}
+
+// The same for all plans that one event meets: asked for once.
+void KLPlanChecks::noteLastCampaign() const {
+  if (!around_.diagnosis.get()) return;
+  KLValue& last = around_.diagnosis.context().lastCampaignId;
+  if (!last.isNull()) return;
+  if (const auto stored = around_.hostStore.stringForKey(kKLLastCampaignIDKey)) last = *stored;
 }
 
 bool KLPlanChecks::checkRepeatDisplayForPlan(KLPopupPlan& plan) const {
@@ -42,7 +49,7 @@ bool KLPlanChecks::checkConvertWindowForPlan(KLPopupPlan& plan) const {
   }
   around_.log.info("Convert window check for plan: {} does not satisfy, reason: Convert window is not finished or not converted",
                    planID);
-  refuse(plan, KLDiagnosisState::NotConverted, "not converted", *window, [](KLObject&) {});
+  refuse(plan, KLDecision::Kind::NotConverted, *window);
   return false;
 }
 
@@ -59,10 +66,8 @@ bool KLPlanChecks::checkGlobalIntervalWindowForPlan(const KLPopupPlan& plan) con
     return true;
   }
   around_.log.info("Global interval window rule check does not satisfy");
-  refuse(plan, KLDiagnosisState::GlobalInterval, "not meet time interval", *window, [&](KLObject& content) {
-    content.set("last_campaign_start_time", KLMilliseconds(window->startTime));
-    if (const auto last = around_.hostStore.stringForKey(kKLLastCampaignIDKey)) content.set("last_campaign_id", *last);
-  });
+  noteLastCampaign();
+  refuse(plan, KLDecision::Kind::GlobalInterval, *window);
   return false;
 }
 
@@ -80,10 +85,7 @@ bool KLPlanChecks::checkIntervalWindowForPlan(KLPopupPlan& plan) const {
     return true;
   }
   around_.log.info("Interval window check rule for plan: {}  does not satisfy, reason: Interval window does not finish", planID);
-  refuse(plan, KLDiagnosisState::PlanInterval, "not meet time interval", *window, [&](KLObject& content) {
-    content.set("last_campaign_start_time", KLMilliseconds(window->startTime));
-    content.set(kQuillonDiagnosticInfoKeyCampaignId, plan.planId());
-  });
+  refuse(plan, KLDecision::Kind::PlanInterval, *window);
   return false;
 }
 
@@ -106,12 +108,8 @@ bool KLPlanChecks::checkLimit(const KLPlanLimitModel& limit, const KLPopupPlan& 
   window.startWindow(around_.time);
   const auto count = static_cast<std::int64_t>(globalWindows_.popupCountInLimitWindow(window));
   if (count < limit.limit) return true;
-  refuse(plan, KLDiagnosisState::GlobalLimit, "not meet global limit count", window, [&](KLObject& content) {
-    content.set("global limit count", limit.limit);
-    content.set("current_campaign_count", count);
-    content.set("current_campaign_timestamp", globalWindows_.popupIntervalsInLimitWindow(window));
-    content.set(kQuillonDiagnosticInfoKeyCampaignId, plan.planId());
-  });
+  if (around_.diagnosis.get()) around_.diagnosis.context().displayTimes = globalWindows_.loadGlobalPopupTimeIntervals();
+  refuse(plan, KLDecision::Kind::GlobalLimit, window, count, limit.limit);
   return false;
 }
 
@@ -136,10 +134,7 @@ bool KLPlanChecks::checkReEnterWindowForPlan(KLPopupPlan& plan) const {
     return true;
   }
   around_.log.info("ReEnter window check rule for plan: {} not satisfy", planID);
-  refuse(plan, KLDiagnosisState::ReEnterLimit, "not meet reEnter limit count", *window, [&](KLObject& content) {
-    content.set("reEnter_limit_count", limit);
-    content.set("current_campaign_count", count);
-  });
+  refuse(plan, KLDecision::Kind::ReEnterLimit, *window, count, limit);
   return false;
 }
 

@@ -21,10 +21,11 @@ class KLPlanChecks {
   bool checkReEnterWindowForPlan(KLPopupPlan& plan) const;
 
  private:
-  /// Records a refusal of `plan`; `fill` adds to the content and runs only when there is a recorder.
-  template <class Fill>
-  void refuse(const KLPopupPlan& plan, KLDiagnosisState state, const char* message, const KLPlanAbstractWindow& window,
-              Fill&& fill) const;
+  /// Records a refusal of `plan` by `window`, where there is a recorder.
+  void refuse(const KLPopupPlan& plan, KLDecision::Kind kind, const KLPlanAbstractWindow& window, std::int64_t count = 0,
+              std::int64_t limit = 0) const;
+  /// Takes down whose popup was the last, where there is a recorder.
+  void noteLastCampaign() const;
   /// One of the global limits; answers whether it admits the plan.
   bool checkLimit(const KLPlanLimitModel& limit, const KLPopupPlan& plan) const;
   double now() const { return around_.time.clock.now(); }

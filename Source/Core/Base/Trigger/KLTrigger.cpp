@@ -83,6 +83,7 @@ void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {
   triggledPlan_ = nullptr;
   dismissed_->reset();
   around_.log.info("Start checking all plans process for event {}", name);
+  const KLDecisionBatch decisions(around_.diagnosis, &record);
   if (KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name)) checkPlans(record, *listeners);
   if (!triggledPlan_ || stopped_) return;
   around_.log.info("Rule check for single plan: {} completed, satisfy the rules, Will execute popup process",
@@ -120,14 +121,12 @@ void KLTrigger::inhibit(const KLPopupPlan& plan) {
   const KLPopupPlanModel& chosen = triggledPlan_->planModel();
   around_.log.info("Plan {} with high priority had been trigged, current plan: {} popup should be inhibited", chosen.planID,
                    plan.planModel().planID);
-  KLDiagnosis* const recorder = around_.diagnosis.get();
-  if (!recorder) return;
-  recorder->addContent(KLObject{{kQuillonDiagnosticInfoKeyMessage, "lower priority"},
-                                {"priority", plan.planModel().absolutePriority},
-                                {kQuillonDiagnosticInfoKeyCampaignId, plan.planId()},
-                                {"trigger_campaign_id", triggledPlan_->planId()},
-                                {"trigger_campaign_priority", chosen.absolutePriority}},
-                       plan.planId(), KLDiagnosisState::LowerPriority, KLDiagnosisType::Trigger);
+  if (!around_.diagnosis.get()) return;
+  around_.diagnosis.add({.kind = KLDecision::Kind::LowerPriority,
+                         .planID = plan.planModel().planID,
+                         .priority = plan.planModel().absolutePriority,
+                         .chosenPlanID = chosen.planID,
+                         .chosenPriority = chosen.absolutePriority});
 }
 
 void KLTrigger::showPopupForPlan(KLPopupPlan& plan) {
@@ -139,10 +138,9 @@ void KLTrigger::showPopupForPlan(KLPopupPlan& plan) {
   KLShowCampaign show = around_.showCampaign();
   if (!show) return;
   around_.hostStore.setObject(plan.planId(), kKLLastCampaignIDKey);
-  if (KLDiagnosis* const recorder = around_.diagnosis.get()) {
-    recorder->addContent(
-        KLObject{{kQuillonDiagnosticInfoKeyMessage, "campaign finished"}, {kQuillonDiagnosticInfoKeyCampaignId, plan.planId()}},
-        plan.planId(), KLDiagnosisState::Finished, KLDiagnosisType::Trigger);
+  if (around_.diagnosis.get()) {
+    around_.diagnosis.add({.kind = KLDecision::Kind::Finished, .planID = plan.planModel().planID});
+    around_.diagnosis.handOver();  // now, as the popup may stay for long
   }
   stampWindows(plan, uuid);
   present(plan, uuid, std::move(show));

@@ -103,6 +103,51 @@ TEST_F(KLCampaignDiagnosisTest, RecordsAreKeptInOrderWithWhomAndWhatTheyAreAbout
   EXPECT_EQ(rows("SELECT user_id, plan_id FROM Journeys ORDER BY id DESC LIMIT 1"), Rows{"u1|9"});
 }
 
+TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOtherRecords) {
+  make();
+  recorder->saveUserId("u1", "user-1");
+  refuse("1");
+  const std::array decisions{KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 7, .windowStart = 1.5},
+                             KLDecision{.kind = KLDecision::Kind::Finished, .planID = -8}};
+  recorder->addDecisions({.eventName = "Pay", .trackId = 5}, decisions);
+  refuse("2");
+  write();
+  EXPECT_EQ(
+      rows("SELECT user_id, plan_id, state, type, event, content FROM Journeys ORDER BY id"),
+      (Rows{
+          R"(u1|1|3|1||{"message":"not converted"})",
+          R"(u1|7|6|1|Pay|{"message":"not meet properties check","window_start":1500,"window_end":0,"track_id":5,"campaign_id":"7"})",
+          R"(u1|-8|10|1|Pay|{"message":"campaign finished","campaign_id":"-8"})", R"(u1|2|3|1||{"message":"not converted"})"}));
+  flush(kAll);
+  EXPECT_EQ(pages.at(0).find("records")->asArray().at(1).find("event")->asString(), "Pay");
+  // What does not fit is left out as a whole.
+  const std::vector<KLDecision> many(KLCampaignDiagnosis::kMaxWaiting, decisions[0]);
+  refuse("3");
+  recorder->addDecisions({}, many);
+  write();
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"5"});
+  EXPECT_THAT(host.log->messages(1), ::testing::Contains("Too many diagnosis records wait for the disk, 50000 were dropped"));
+}
+
+TEST_F(KLCampaignDiagnosisTest, AFileFromBeforeTheEventsHadNamesGoesOn) {
+  fs::create_directories(documents);
+  SQLFile(file).run(
+      "CREATE TABLE Journeys (id INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL, project TEXT, user_id TEXT, distinct_id "
+      "TEXT, plan_id TEXT, state INTEGER NOT NULL, type INTEGER NOT NULL, content TEXT, encryptedStatus INTEGER NOT NULL, "
+      "acknowledged INTEGER NOT NULL DEFAULT 0); PRAGMA user_version = 1; "
+      "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus) "
+      "VALUES (1700000000000, 'p', 'u', 'd', '6', 3, 1, '{}', 0)");
+  for (int run = 0; run < 2; ++run) {
+    make();
+    refuse("7");
+    recorder.reset();
+  }
+  EXPECT_EQ(rows("SELECT plan_id, event IS NULL FROM Journeys ORDER BY id"), (Rows{"6|1", "7|0", "7|0"}));
+  make();
+  flush(kAll);
+  EXPECT_THAT(sent(0), ElementsAre(1, 2, 3));
+}
+
 TEST_F(KLCampaignDiagnosisTest, IdsAndContentsAreEncryptedAsTheDataStoreDoesIt) {
   usePlugin();
   make();

@@ -217,6 +217,34 @@ TEST_F(KLTriggerTest, EveryGlobalLimitThatIsReachedIsRecorded) {
   EXPECT_THAT(shown, ElementsAre("1", "2"));
 }
 
+TEST_F(KLTriggerTest, ARecorderOfBatchesIsToldOnceForAnEventWhatStaysAsItWas) {
+  const auto batches = std::make_shared<testing::BatchDiagnosis>();
+  diagnosis.set(batches);
+  install(answer({plan(1, "Pay", R"({"global_msg_limit_enabled": true})"), plan(2, "Pay", R"({"status": "PAUSED"})"),
+                  plan(3, "Pay", R"({"absolute_priority": 5, "global_msg_limit_enabled": true})"), plan(4, "Look")},
+                 R"({"msg_limit_global": {"is_in_use": true, "limits": [{"unit": "DAY", "value": 1, "limit": 1}]},
+                     "popup_interval_global": {"unit": "SECOND", "value": 60}})"));
+  batches->clear();
+  trackAndRun(event("Pay"));
+  track(KLObject{{"event", "Pay"}, {"properties", KLObject{}}, {"track_id", 7}, {"_track_id", nullptr}});
+  threads.run();
+  threads.advance(61);
+  trackAndRun(event("Pay"));
+  trackAndRun(event("Look"));  // shows: one more display time
+  EXPECT_THAT(batches->story(),
+              ElementsAre("1: lower priority", "3: campaign finished", "3: not meet time interval", "1: not meet time interval",
+                          "3: not meet global limit count", "1: not meet global limit count", "4: campaign finished"));
+  std::vector<std::string> sizes;
+  for (const auto& [context, decisions, contents] : batches->batches) {
+    sizes.push_back(context.eventName.asString() + " " + std::to_string(decisions.size()));
+    for (std::size_t i = 0; i < decisions.size(); ++i) EXPECT_EQ(decisions[i].content(context), contents[i]);
+  }
+  EXPECT_THAT(sizes, ElementsAre(" 1", "Pay 2", "Pay 2", "Pay 2", "Look 1")) << "the first: the plan that is left out";
+  const auto& [context, decisions, contents] = batches->batches[2];
+  EXPECT_EQ(context.trackId, KLValue(7));
+  EXPECT_EQ(contents[1].find("last_campaign_id")->asString(), "3");
+}
+
 TEST_F(KLTriggerTest, GlobalLimitCountsThePopupsOfThePresentUserAlsoThoseBeforeARestart) {
   const auto config = answer({plan(1, "Pay", R"({"global_msg_limit_enabled": true})")},
                              R"({"msg_limit_global": {"is_in_use": true, "limits": [{"unit": "DAY", "value": 1, "limit": 1}]}})");

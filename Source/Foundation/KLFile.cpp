@@ -64,7 +64,11 @@ bool replace(const fs::path& temporary, const fs::path& path) { return ::rename(
 
 bool moveWhereNothingIs(const fs::path& temporary, const fs::path& path) {
   if (::renameat2(AT_FDCWD, temporary.c_str(), AT_FDCWD, path.c_str(), RENAME_NOREPLACE) == 0) return true;
-  return errno == EINVAL && !KLFile::exists(path) && replace(temporary, path);  // a file system that cannot do both in one
+  if (errno != EINVAL) return false;
+  // A file system that cannot do both in one. A second name fails where there is one already; without such names, as on a memory
+  // card, there is nothing better than to look first.
+  if (::link(temporary.c_str(), path.c_str()) == 0) return ::unlink(temporary.c_str()) == 0;
+  return errno == EPERM && !KLFile::exists(path) && replace(temporary, path);
 }
 
 bool fill(KLDescriptor& file, const KLBytes& bytes) {

@@ -1,5 +1,9 @@
 #include "Core/DataStore/KLAESCrypt.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
+
+#include "Foundation/KLDescriptor.h"
 #include "Foundation/KLKeyFile.h"
 #include "Foundation/KLUTF8.h"
 
@@ -46,12 +50,21 @@ void KLAESCrypt::setupKeyAndIV() {
   if (readKeyFile(keyFile_)) return;
   if (key_.empty()) key_ = KLRandomKeyText(random_, kKeyLength);
   if (iv_.empty()) iv_ = random_.bytes(kIVLength);
-  const KLValue info(KLObject{{"key", key_}, {"iv", iv_}});
   // A file that is there is another process's of just now, or the incomplete one. Where none can be written this run works all the
   // same, and the next one makes a new key.
-  if (!KLKeyFile::create(info, keyFile_) && !loadKeyAndIV(keyFile_)) KLKeyFile::save(info, keyFile_);
+  if (!KLKeyFile::create(info(), keyFile_) && !loadKeyAndIV(keyFile_)) replaceIncompleteFile();
   cipher_.emplace(key_, iv_);
 }
+
+// Of several processes that find the file incomplete the first replaces it, and the others take what it has written.
+void KLAESCrypt::replaceIncompleteFile() {
+  const std::filesystem::path place = keyFile_.has_parent_path() ? keyFile_.parent_path() : ".";
+  const KLDescriptor directory(::open(place.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (directory) ::flock(directory.get(), LOCK_EX);  // until it is closed; a file system without locks is no reason to fail
+  if (!loadKeyAndIV(keyFile_)) KLKeyFile::save(info(), keyFile_);
+}
+
+KLValue KLAESCrypt::info() const { return KLObject{{"key", key_}, {"iv", iv_}}; }
 
 std::optional<KLBytes> KLAESCrypt::encryptData(const KLBytes& plain) const {
   const auto base64 = encrypt(textOf(plain));

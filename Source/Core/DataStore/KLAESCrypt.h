@@ -42,6 +42,9 @@ class KLAESCrypt {
 
  private:
   void setupKeyAndIV();
+  void replaceIncompleteFile();
+  /// What the file holds.
+  KLValue info() const;
   /// Takes what the file holds of the two; true when that is both.
   bool loadKeyAndIV(const std::filesystem::path& path);
   std::optional<std::string> encrypt(std::string_view plain) const;

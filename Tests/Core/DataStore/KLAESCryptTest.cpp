@@ -179,12 +179,15 @@ class OvertakenRandom final : public KLRandom {
   KLAESCrypt other{random_};
 };
 
-TEST_F(KLAESCryptTest, TwoFirstStartsAtOnceEndWithOneKey) {
-  OvertakenRandom overtaken(file);
-  KLAESCrypt crypt(overtaken);
-  crypt.setKeyFile(file);
-  EXPECT_EQ(crypt.key(), overtaken.other.key());
-  EXPECT_EQ(crypt.iv(), overtaken.other.iv());
+TEST_F(KLAESCryptTest, TwoFirstStartsAtOnceEndWithOneKeyWhetherTheFileIsMissingOrDamaged) {
+  for (const bool isDamaged : {false, true}) {
+    if (isDamaged) ASSERT_TRUE(KLFile::writeAtomically(file, bytes("no archive")));
+    OvertakenRandom overtaken(file);
+    KLAESCrypt crypt(overtaken);
+    crypt.setKeyFile(file);
+    EXPECT_EQ(crypt.key(), overtaken.other.key());
+    EXPECT_EQ(crypt.iv(), overtaken.other.iv());
+  }
 }
 
 TEST_F(KLAESCryptTest, AKeyFileThatCannotBeWrittenServesThisRun) {

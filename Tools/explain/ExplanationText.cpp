@@ -3,6 +3,9 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "Foundation/KLJSON.h"
 #include "text/Table.h"
 
@@ -28,14 +31,42 @@ std::string headingOf(const PlanStory& story) {
   return fmt::format("Plan {} for user {} ({})", story.planId.label(), story.userId.label(), fmt::join(names, ", "));
 }
 
+/// Most events that are named in one line; a story is no statistic.
+constexpr std::size_t kMostEvents = 5;
+
+/// "event Pay", or "events Pay 3, Search 1": the most frequent first.
+std::string eventsOf(const StoryEntry& entry) {
+  if (entry.events.empty()) return {};
+  if (entry.events.size() == 1) return "event " + printable(entry.events.begin()->first);
+  std::vector<std::pair<std::string, std::size_t>> events(entry.events.begin(), entry.events.end());
+  std::ranges::stable_sort(events, std::ranges::greater{}, [](const auto& event) { return event.second; });
+  std::string text = "events ";
+  for (std::size_t i = 0; i < std::min(events.size(), kMostEvents); ++i) {
+    text += fmt::format("{}{} {}", i == 0 ? "" : ", ", printable(events[i].first), events[i].second);
+  }
+  return events.size() > kMostEvents ? fmt::format("{} and {} others", text, events.size() - kMostEvents) : text;
+}
+
+/// What follows the sentence: how often, until when, and on which events.
+std::string circumstancesOf(const StoryEntry& entry, const TimeText& times) {
+  std::string text = entry.count == 1 ? "" : fmt::format("{} times, the last at {}", entry.count, times.at(entry.last));
+  const std::string events = eventsOf(entry);
+  if (!text.empty() && !events.empty()) text += "; ";
+  text += events;
+  return text.empty() ? "" : " (" + text + ")";
+}
+
 KLValue documentOf(const StoredId& id) { return id.isLocked ? KLObject{{"encrypted", id.text}} : KLValue(id.text); }
 
 KLValue documentOf(const StoryEntry& entry) {
+  KLObject events;
+  for (const auto& [event, count] : entry.events) events.set(event, static_cast<std::int64_t>(count));
   return KLObject{{"first", entry.first},
                   {"last", entry.last},
                   {"count", static_cast<std::int64_t>(entry.count)},
                   {"state", static_cast<int>(entry.state)},
                   {"sentence", entry.sentence},
+                  {"events", std::move(events)},
                   {"content", entry.content}};
 }
 
@@ -66,9 +97,7 @@ std::string explanationText(const Explanation& explanation, const TimeText& time
     }
     Table table({"SINCE", "WHAT HAPPENED, THE NEWEST FIRST"});
     for (const StoryEntry& entry : story.entries) {
-      const std::string again =
-          entry.count == 1 ? "" : fmt::format(" ({} times, the last at {})", entry.count, times.at(entry.last));
-      table.add({{times.at(entry.first)}, {entry.sentence + again, toneOf(entry.state)}});
+      table.add({{times.at(entry.first)}, {entry.sentence + circumstancesOf(entry, times), toneOf(entry.state)}});
     }
     text += table.text(paint, 2);
   }

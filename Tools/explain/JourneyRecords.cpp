@@ -27,6 +27,7 @@ JourneyRecord recordIn(const KLSQLiteStatement& row, const KLAESCrypt* key) {
           reader.id(row.text(2)),
           reader.id(row.text(3)),
           reader.id(row.text(4)),
+          reader.id(row.text(8)),
           static_cast<KLDiagnosisState>(row.integer(5)),
           reader.blob<KLValue>(row.bytes(6), objectIn)};
 }
@@ -49,8 +50,9 @@ std::string JourneyRecord::text(std::string_view key) const { return quillon_str
 JourneyRecords JourneyRecords::read(DatabaseCopy& database, const KLAESCrypt* key) {
   JourneyRecords found;
   found.faults.damage = database.damage();
-  KLSQLiteStatement statement = database.connection().prepare(
-      "SELECT time, project, user_id, distinct_id, plan_id, state, content, encryptedStatus FROM Journeys ORDER BY id");
+  KLSQLiteStatement statement = database.connection().prepare(fmt::format(
+      "SELECT time, project, user_id, distinct_id, plan_id, state, content, encryptedStatus, {} FROM Journeys ORDER BY id",
+      database.columnsOf("Journeys").contains("event") ? "event" : "NULL"));
   for (;;) {
     const auto step = statement.step();
     if (step == KLSQLiteStatement::Step::Done) return found;

@@ -16,6 +16,7 @@ struct JourneyRecord {
   double time = 0;  ///< seconds since 1970
   std::string project;
   StoredId userId, distinctId, planId;
+  StoredId event;  ///< name of the event that was decided about; empty: of none, or from before it was kept
   KLDiagnosisState state = {};
   Stored<KLValue> content;  ///< an object
 

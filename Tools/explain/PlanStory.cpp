@@ -98,6 +98,8 @@ class Teller {
     } else {
       story.entries.push_back({record.time, record.time, 1, record.state, sentence, std::move(content)});
     }
+    const StoredId& event = record.event;
+    if (!event.text.empty()) ++story.entries.back().events[event.isLocked ? event.label() : event.text];
   }
 
   /// Keeps the refusal that lasts longest from now on.

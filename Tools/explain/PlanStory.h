@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -15,7 +16,8 @@ struct StoryEntry {
   std::size_t count = 1;
   KLDiagnosisState state = {};
   std::string sentence;
-  KLValue content;  ///< of the last record
+  KLValue content;                                 ///< of the last record
+  std::map<std::string, std::size_t> events = {};  ///< how often by which event, as far as it is known
 };
 
 /// What became of a plan for a user.

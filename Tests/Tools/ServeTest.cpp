@@ -409,12 +409,20 @@ TEST_F(ServeTest, ThePageShowsItAllAndTakesNothingForMarkup) {
   get("/klo/popup_displays?project=default&popup_display_uuids=UUID-1,UUID-2");
   get("/images/%3Cscript%3Ealert(1)%3C/script%3E");
   line("/images/");
-  httplib::Client("127.0.0.1", server_->port()).Post("/live/conversions", httplib::Params{{"uuid", "UUID-2"}, {"time", "today"}});
+  httplib::Client client("127.0.0.1", server_->port());
+  client.Post("/live/conversions", httplib::Params{{"uuid", "UUID-2"}, {"time", "today"}});
+  client.Post("/klo/user_diagnose_logs", R"({"installation_id": "A", "records": [
+      {"record_id": 1, "time": 1700000000000, "distinct_id": "bob", "plan_id": "7", "state": 8, "event": "<i>Pay</i>",
+       "content": {"message": "not meet reEnter limit count", "current_campaign_count": 1, "reEnter_limit_count": 1}},
+      {"record_id": 2, "state": "10", "content": {"message": "campaign finished"}}, {"record_id": 3}, 4]})",
+              "application/json");
   const auto page = renderedByChromium(server_->url() + "/", sandbox_ / "profile");
   if (!page) GTEST_SKIP() << kNoChromium;
   for (const char* const text :
        {"class=\"on\">live<", "/klo/user_popup_configs", "&lt;b&gt;Spring&lt;/b&gt; sale", "listens to ViewShop", "to alice at",
-        "UUID-1", "converted today", "Undo", "&lt;script&gt;alert(1)&lt;/script&gt;", "status 404", "3 so far"}) {
+        "UUID-1", "converted today", "Undo", "&lt;script&gt;alert(1)&lt;/script&gt;", "status 404", "4 so far",
+        "Refused: re-entry, 1 of 1 popups shown.", "&lt;i&gt;Pay&lt;/i&gt;", "bob", "plan 7", "was handed on to be shown",
+        "Something was recorded that cannot be read."}) {
     EXPECT_THAT(*page, HasSubstr(text));
   }
   EXPECT_THAT(*page, ::testing::Not(HasSubstr("<b>Spring")));

@@ -10,7 +10,6 @@ std::optional<DiagnosisPages::Page> DiagnosisPages::read(std::string_view body) 
   const KLValue* const records = document ? document->find("records") : nullptr;
   if (!installation || !installation->isString() || !records || !records->isArray()) return std::nullopt;
   Page page{installation->asString()};
-  KLValue::Array added;
   const std::lock_guard lock(mutex_);
   const auto known = known_.find(page.installation);
   for (const KLValue& record : records->asArray()) {
@@ -20,11 +19,11 @@ std::optional<DiagnosisPages::Page> DiagnosisPages::read(std::string_view body) 
       continue;
     }
     if (id) page.ids.push_back(id->asInteger());
-    added.push_back(record);
+    page.records.push_back(record);
   }
-  page.added = added.size();
+  page.added = page.records.size();
   KLObject kept = document->asObject();
-  kept.set("records", std::move(added));
+  kept.set("records", page.records);
   page.text = KLJSON::serialize(std::move(kept));
   return page;
 }

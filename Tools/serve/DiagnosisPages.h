@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "kaleo/KLValue.h"
+
 namespace kaleo::tools {
 
 /// The diagnosis records that libraries have uploaded to one run of the server. A page whose acknowledgement was lost comes again:
@@ -23,6 +25,7 @@ class DiagnosisPages {
     std::string installation;
     std::size_t added = 0, known = 0;  ///< records that are new, and that were there before
     std::vector<std::int64_t> ids;     ///< of those that are new
+    KLValue::Array records;            ///< those that are new
     std::string text;                  ///< the page with what is new, as JSON
   };
 

@@ -21,6 +21,7 @@
 #include "serve/LivePage.h"
 #include "serve/PopupDocuments.h"
 #include "serve/ServedDirectory.h"
+#include "serve/UploadedDecisions.h"
 
 namespace kaleo::tools {
 namespace {
@@ -155,6 +156,7 @@ struct PopupServer::State {
   int port = 0;
   std::atomic<unsigned> reports{0};
   DiagnosisPages pages;
+  UploadedDecisions decisions;
   std::mutex printing;
   std::mutex endMutex;
   std::condition_variable ended;
@@ -244,6 +246,7 @@ void PopupServer::State::keepReport(const Request& request, Response& response) 
   const std::string name = fmt::format("{:%Y%m%dT%H%M%SZ}-{:05}.json", fmt::gmtime(now), number);
   if (number <= kMaxReports && directory.write(kReports, name, page ? page->text : request.body)) {
     if (page) pages.remember(*page);
+    if (page) decisions.add(page->records);
     return response.set_content(KLJSON::serialize(KLObject{{"kept", fmt::format("{}/{}", kReports, name)}}), kJSON);
   }
   response.status = 507;
@@ -251,8 +254,9 @@ void PopupServer::State::keepReport(const Request& request, Response& response) 
 }
 
 void PopupServer::State::serveState(const Request& request, Response& response) {
-  const std::string after = request.get_param_value("after");
-  KLObject state = journal.state(std::strtoll(after.c_str(), nullptr, 10)).asObject();
+  const auto number = [&request](const char* name) { return std::strtoll(request.get_param_value(name).c_str(), nullptr, 10); };
+  KLObject state = journal.state(number("after")).asObject();
+  state.set("uploads", decisions.state(number("after_upload")));
   state.set("directory", directory.root().string());
   state.set("faults", directory.read("faults.json").value_or(""));
   response.set_header("Cache-Control", "no-store");

@@ -14,8 +14,11 @@ namespace kaleo::tools {
 ///   POST /klo/user_diagnose_logs    the body is kept as a file in user_diagnose_logs/, without records that came before
 ///   GET  /images/...
 /// Any of them goes wrong on demand (see Fault). For the person who watches:
-///   GET  /                          a page that shows requests, the configuration served, and the popups asked for
-///   GET  /live?after=NUMBER         the same as JSON (see Journal); /live/configuration: the configuration served last
+///   GET  /                          a page that shows requests, the configuration served, the popups asked for, and the decisions
+///                                   uploaded
+///   GET  /live?after=NUMBER&after_upload=NUMBER
+///                                   the same as JSON (see Journal, UploadedDecisions)
+///   GET  /live/configuration        the configuration served last
 ///   POST /live/conversions          "uuid" and "time" (now, unless given; empty: not converted): the conversion of one popup
 /// Files are read at each request, so that an edit shows at the next one.
 /// Threads: made, started and stopped by one thread; it serves on threads of its own.

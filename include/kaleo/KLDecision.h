@@ -26,7 +26,7 @@ enum class KLDiagnosisType : int { Config = 0, Trigger = 1 };
 
 /// What decisions that were made together have in common. Cheap to copy: texts and lists are shared. A null value: there is none.
 struct KLDecisionContext {
-  KLValue eventName;       ///< "event" of the record of the event that was decided about, as the host tracked it
+  KLValue eventName;       ///< name of the event that was decided about
   KLValue trackId;         ///< its "track_id"
   KLValue hostTrackId;     ///< its "_track_id"
   KLValue lastCampaignId;  ///< where a quiet period after any popup refused: the plan whose popup it follows, a text

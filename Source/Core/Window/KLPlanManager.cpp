@@ -78,6 +78,7 @@ void KLPlanManager::indexPlans() {
     KLMatcherTable::Patterns patterns;
     for (const auto& plan : listeners.plans) patterns.push_back(&plan->planModel().patternPopup);
     listeners.matchers = KLMatcherTable(event, patterns);
+    listeners.eventName = event;
   }
 }
 

@@ -22,8 +22,9 @@ void KLDiagnosisSlot::set(std::shared_ptr<KLDiagnosis> recorder) {
   recorder_.store(owner_.get(), std::memory_order_release);
 }
 
-void KLDiagnosisSlot::open(const KLValue* event) {
+void KLDiagnosisSlot::open(const KLValue* event, const KLValue* eventName) {
   event_ = event;
+  eventName_ = eventName;
   collects_ = wantsBatches_;
 }
 
@@ -36,7 +37,7 @@ void KLDiagnosisSlot::close() {
 void KLDiagnosisSlot::handOver() {
   if (decisions_.empty()) return;
   if (event_) {
-    context_.eventName = memberOf(*event_, "event");
+    context_.eventName = eventName_ ? *eventName_ : memberOf(*event_, "event");
     context_.trackId = memberOf(*event_, "track_id");
     context_.hostTrackId = memberOf(*event_, "_track_id");
   }

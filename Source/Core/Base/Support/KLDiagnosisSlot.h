@@ -30,7 +30,7 @@ class KLDiagnosisSlot {
  private:
   friend class KLDecisionBatch;
 
-  void open(const KLValue* event);
+  void open(const KLValue* event, const KLValue* eventName);
   void close();
 
   std::shared_ptr<KLDiagnosis> owner_;
@@ -38,17 +38,19 @@ class KLDiagnosisSlot {
   bool wantsBatches_ = false;
   bool collects_ = false;           ///< a batch is open, and wanted
   const KLValue* event_ = nullptr;  ///< the record of the event that is decided about
+  const KLValue* eventName_ = nullptr;
   KLDecisionContext context_;
   std::vector<KLDecision> decisions_;
 };
 
 /// While it lives, the decisions that are made are about one event, and go to the recorder together at its end.
-/// Lifetime: borrows both. Batches do not nest.
+/// Lifetime: borrows what it is given. Batches do not nest.
 class KLDecisionBatch {
  public:
-  /// `event`: its record; null: the decisions are about no event.
-  explicit KLDecisionBatch(KLDiagnosisSlot& slot, const KLValue* event = nullptr) : slot_(slot.get() ? &slot : nullptr) {
-    if (slot_) slot_->open(event);
+  /// `event`: its record; null: the decisions are about no event. `eventName`: its name as a text; null: that of the record.
+  explicit KLDecisionBatch(KLDiagnosisSlot& slot, const KLValue* event = nullptr, const KLValue* eventName = nullptr)
+      : slot_(slot.get() ? &slot : nullptr) {
+    if (slot_) slot_->open(event, eventName);
   }
   ~KLDecisionBatch() {
     if (slot_) slot_->close();

@@ -83,8 +83,10 @@ void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {
   triggledPlan_ = nullptr;
   dismissed_->reset();
   around_.log.info("Start checking all plans process for event {}", name);
-  const KLDecisionBatch decisions(around_.diagnosis, &record);
-  if (KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name)) checkPlans(record, *listeners);
+  KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name);
+  if (!listeners) return;
+  const KLDecisionBatch decisions(around_.diagnosis, &record, &listeners->eventName);
+  checkPlans(record, *listeners);
   if (!triggledPlan_ || stopped_) return;
   around_.log.info("Rule check for single plan: {} completed, satisfy the rules, Will execute popup process",
                    triggledPlan_->planModel().planID);

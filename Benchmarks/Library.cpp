@@ -63,7 +63,7 @@ void Library::saveDisplayTimes() {
 void Library::recordDecisions(bool on) {
   const std::string directory = directory_.path().string();
   diagnosis_.set(on ? guarded(std::make_shared<KLCampaignDiagnosis>(
-                          KLDiagnosisSurroundings{threads_, clock_, random_, registry_, directory, directory, {}}))
+                          KLDiagnosisSurroundings{recorderThreads_, clock_, random_, registry_, directory, directory, {}}))
                     : nullptr);
 }
 

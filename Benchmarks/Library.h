@@ -6,6 +6,7 @@
 #include "Core/Base/Trigger/KLTrigger.h"
 #include "FloorMatcher.h"
 #include "Foundation/KLSystem.h"
+#include "Foundation/KLThreads.h"
 #include "Support/FakeHTTPSession.h"
 #include "Support/FakeHost.h"
 #include "Support/ManualThreading.h"
@@ -43,6 +44,25 @@ class CountingDiagnosis : public KLDiagnosis {
   const bool inBatches_;
 };
 
+/// Real threads whose last queue can be waited for.
+class RecorderThreads final : public KLThreading {
+ public:
+  std::shared_ptr<KLQueue> makeSerialQueue(std::string label) override {
+    auto queue = threads_.makeSerialQueue(std::move(label));
+    queue_ = queue;
+    return queue;
+  }
+  std::shared_ptr<KLQueue> backgroundQueue() override { return threads_.backgroundQueue(); }
+  std::unique_ptr<KLWakeUp> makeWakeUp() override { return threads_.makeWakeUp(); }
+  void wait() const {
+    if (const auto queue = queue_.lock()) queue->sync([] {});
+  }
+
+ private:
+  KLThreadThreading threads_;
+  std::weak_ptr<KLQueue> queue_;
+};
+
 enum class Recorder : std::uint8_t { None, Batches, Contents };
 
 /// A trigger with plans in force over the real store, in a temporary directory. Queues run when `writeStore` says so; all on the
@@ -58,14 +78,18 @@ class Library {
   /// What is seen of the work from outside; both are off at first.
   void setObservers(Recorder recorder, bool logger);
 
-  /// Records every decision as libkaleo-diagnosis does it. What its queue does belongs to `writeStore`.
+  /// Records every decision as libkaleo-diagnosis does it, with its queue on a thread of its own, so that this one's caches stay
+  /// its own, too. `writeStore` waits for it.
   void recordDecisions(bool on);
 
   /// Matching alone, by the library's rules.
   Matched match(const KLValue& event);
   void trigger(const KLValue& event) { trigger_->triggerEvent(event, clock_.now()); }
   /// Does the work that was queued for the store's own thread.
-  void writeStore() { threads_.run(); }
+  void writeStore() {
+    threads_.run();
+    recorderThreads_.wait();
+  }
 
  private:
   void useUpReEntries(const KLPopupConfig& config);
@@ -74,6 +98,7 @@ class Library {
 
   TemporaryDirectory directory_;
   testing::ManualThreading threads_;
+  RecorderThreads recorderThreads_;
   testing::ManualThreading::Clock clock_{threads_};
   KLHostRegistry registry_;
   KLLog log_{registry_};

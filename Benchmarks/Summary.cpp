@@ -107,6 +107,8 @@ void Summary::print() const {
     const auto with = [plans](const char* name) { return fmt::format("{}/{}", name, plans); };
     compare(fmt::format("All checks, {} plans", plans), with("trigger"), with("library/match"));
     compare(fmt::format("All checks, {} plans, with a recorder", plans), with("trigger/recorder"), with("trigger"));
+    compare(fmt::format("All checks, {} plans, with one that has contents built", plans), with("trigger/recorder_contents"),
+            with("trigger"));
     judge(fmt::format("All checks, {} plans, with the recorder of decisions", plans), with("trigger/diagnosis"), with("trigger"),
           kRecordingTimes, 0);
     compare(fmt::format("All checks, {} plans, with a logger", plans), with("trigger/logger"), with("trigger"));

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 #include <sstream>
 
@@ -122,6 +123,22 @@ Plan 102 for user u1 (alice)
   arguments.plan = "102";
   EXPECT_EQ(run(), kRead);
   EXPECT_THAT(out.str(), Not(HasSubstr("Plan 101")));
+}
+
+TEST_F(ExplainTest, TheEventsThatCameNearAreNamed) {
+  makeRecorder();
+  recorder->saveUserId("u1", "alice");
+  const std::array near{KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 101}};
+  for (const char* event : {"Pay", "Search", "Search"}) recorder->addDecisions({.eventName = event}, near);
+  const std::array shown{KLDecision{.kind = KLDecision::Kind::Finished, .planID = 101}};
+  recorder->addDecisions({.eventName = "Buy"}, shown);
+  recorder.reset();
+  EXPECT_EQ(run(), kRead) << err.str();
+  EXPECT_THAT(out.str(), HasSubstr("was handed on to be shown. (event Buy)"));
+  EXPECT_THAT(out.str(), HasSubstr("other properties. (3 times, the last at 2023-11-14 22:13:20 +00:00; events Search 2, Pay 1)"));
+  SQLFile(arguments.file).run("ALTER TABLE Journeys DROP COLUMN event");  // as files of before have none
+  EXPECT_EQ(run(), kRead) << err.str();
+  EXPECT_THAT(out.str(), HasSubstr("other properties. (3 times, the last at 2023-11-14 22:13:20 +00:00)"));
 }
 
 TEST_F(ExplainTest, TheStoryIsLimitedToATimeAndAUser) {

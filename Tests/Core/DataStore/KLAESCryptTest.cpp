@@ -181,7 +181,9 @@ class OvertakenRandom final : public KLRandom {
 
 TEST_F(KLAESCryptTest, TwoFirstStartsAtOnceEndWithOneKeyWhetherTheFileIsMissingOrDamaged) {
   for (const bool isDamaged : {false, true}) {
-    if (isDamaged) ASSERT_TRUE(KLFile::writeAtomically(file, bytes("no archive")));
+    if (isDamaged) {
+      ASSERT_TRUE(KLFile::writeAtomically(file, bytes("no archive")));
+    }
     OvertakenRandom overtaken(file);
     KLAESCrypt crypt(overtaken);
     crypt.setKeyFile(file);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
@@ -108,7 +109,9 @@ TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOther
   recorder->saveUserId("u1", "user-1");
   refuse("1");
   const std::array decisions{KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 7, .windowStart = 1.5},
-                             KLDecision{.kind = KLDecision::Kind::Finished, .planID = -8}};
+                             KLDecision{.kind = KLDecision::Kind::TriggerCount, .planID = 7, .count = 1, .limit = 2},
+                             KLDecision{.kind = KLDecision::Kind::Finished, .planID = -8},
+                             KLDecision{.kind = KLDecision::Kind::LowerPriority, .planID = 9, .chosenPlanID = -8}};
   recorder->addDecisions({.eventName = "Pay", .trackId = 5}, decisions);
   refuse("2");
   write();
@@ -117,7 +120,10 @@ TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOther
       (Rows{
           R"(u1|1|3|1||{"message":"not converted"})",
           R"(u1|7|6|1|Pay|{"message":"not meet properties check","window_start":1500,"window_end":0,"track_id":5,"campaign_id":"7"})",
-          R"(u1|-8|10|1|Pay|{"message":"campaign finished","campaign_id":"-8"})", R"(u1|2|3|1||{"message":"not converted"})"}));
+          R"(u1|7|6|1|Pay|{"message":"not meet trigger count","window_start":0,"window_end":0,"current_count":1,"campaign_count":2,"campaign_id":"7"})",
+          R"(u1|-8|10|1|Pay|{"message":"campaign finished","campaign_id":"-8"})",
+          R"(u1|9|9|1|Pay|{"message":"lower priority","priority":0,"campaign_id":"9","trigger_campaign_id":"-8","trigger_campaign_priority":0})",
+          R"(u1|2|3|1||{"message":"not converted"})"}));
   flush(kAll);
   EXPECT_EQ(pages.at(0).find("records")->asArray().at(1).find("event")->asString(), "Pay");
   // What does not fit is left out as a whole.
@@ -125,7 +131,7 @@ TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOther
   refuse("3");
   recorder->addDecisions({}, many);
   write();
-  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"5"});
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"7"});
   EXPECT_THAT(host.log->messages(1), ::testing::Contains("Too many diagnosis records wait for the disk, 50000 were dropped"));
 }
 

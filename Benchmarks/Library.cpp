@@ -61,10 +61,20 @@ void Library::saveDisplayTimes() {
 }
 
 void Library::recordDecisions(bool on) {
+  diagnosis_.set(on ? guarded(makeDiagnosis()) : nullptr);
+  aside_.reset();
+}
+
+std::shared_ptr<KLDiagnosis> Library::makeDiagnosis() {
   const std::string directory = directory_.path().string();
-  diagnosis_.set(on ? guarded(std::make_shared<KLCampaignDiagnosis>(
-                          KLDiagnosisSurroundings{recorderThreads_, clock_, random_, registry_, directory, directory, {}}))
-                    : nullptr);
+  return std::make_shared<KLCampaignDiagnosis>(
+      KLDiagnosisSurroundings{recorderThreads_, clock_, random_, registry_, directory, directory, {}});
+}
+
+void Library::recordAside(std::size_t events, std::size_t decisions) {
+  if (!aside_) aside_ = makeDiagnosis();
+  const std::vector<KLDecision> each(decisions, KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 1});
+  for (std::size_t i = 0; i < events; ++i) aside_->addDecisions({.eventName = "Event"}, each);
 }
 
 Matched Library::match(const KLValue& event) {

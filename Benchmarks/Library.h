@@ -81,6 +81,8 @@ class Library {
   /// Records every decision as libkaleo-diagnosis does it, with its queue on a thread of its own, so that this one's caches stay
   /// its own, too. `writeStore` waits for it.
   void recordDecisions(bool on);
+  /// Gives such a recorder what that many events would, `decisions` each, without the trigger's doing.
+  void recordAside(std::size_t events, std::size_t decisions);
 
   /// Matching alone, by the library's rules.
   Matched match(const KLValue& event);
@@ -92,6 +94,7 @@ class Library {
   }
 
  private:
+  std::shared_ptr<KLDiagnosis> makeDiagnosis();
   void useUpReEntries(const KLPopupConfig& config);
   /// For the cap on all popups: those shown before.
   void saveDisplayTimes();
@@ -113,6 +116,7 @@ class Library {
   KLNetwork network_{session_, log_, random_};
   KLCurrentUser user_;
   KLDiagnosisSlot diagnosis_;
+  std::shared_ptr<KLDiagnosis> aside_;
   KaleoDataStore store_;
   std::unique_ptr<KLTrigger> trigger_;
 };

@@ -21,8 +21,8 @@ constexpr const char* kManual = R"(Files in DIR, all read anew at each request:
   faults.json               what is to go wrong (below)
   user_diagnose_logs/       reports of applications, kept here
 
-The page at / shows requests, the configuration served and the popups whose conversion is asked for, live; there a popup's
-conversion is set with one click. From a script:
+The page at / shows requests, the decisions uploaded, the configuration served and the popups whose conversion is asked for, live;
+there a popup's conversion is set with one click. From a script:
   curl -d uuid=UUID http://127.0.0.1:PORT/live/conversions            the user has converted now ("-d time=" too: has not)
   curl http://127.0.0.1:PORT/live?after=0                             what the page shows, as JSON
 

@@ -16,8 +16,7 @@ constexpr double kMillisecondsPerSecond = 1000;
 constexpr std::size_t kMostBytes = 400;
 
 std::string shown(const std::string& text) {
-  return text.size() <= kMostBytes ? text
-                                   : text.substr(0, KLUTF8ErrorOffset(std::string_view(text).substr(0, kMostBytes))) + "…";
+  return text.size() <= kMostBytes ? text : text.substr(0, KLUTF8ErrorOffset(std::string_view(text).substr(0, kMostBytes))) + "…";
 }
 
 std::string textAt(const KLValue& record, std::string_view key) {
@@ -30,8 +29,8 @@ JourneyRecord recordIn(const KLValue& uploaded) {
   record.state = static_cast<KLDiagnosisState>(quillon_integerValue(uploaded.find("state")));
   const KLValue* const content = uploaded.find("content");
   const bool isWhole = content && content->isObject();
-  record.content = isWhole ? Stored<KLValue>{Stored<KLValue>::State::Present, *content}
-                           : Stored<KLValue>{Stored<KLValue>::State::Damaged};
+  record.content =
+      isWhole ? Stored<KLValue>{Stored<KLValue>::State::Present, *content} : Stored<KLValue>{Stored<KLValue>::State::Damaged};
   return record;
 }
 

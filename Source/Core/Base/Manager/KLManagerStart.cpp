@@ -11,12 +11,12 @@ constexpr const char* kUserDefaultsFileName = "org.kaleo.UserDefaults";
 }  // namespace
 
 void KLManager::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options) {
-  changePlans(nullptr, [options = std::move(options)](KLManager& self) {
+  {
+    std::lock_guard lock(mutex_);
+    options_ = std::move(options);  // at once: a deep link that has launched the application is opened right after this call
+  }
+  changePlans(nullptr, [](KLManager& self) {
     KLSwizzler::swizzle(self.around_.host);
-    {
-      std::lock_guard lock(self.mutex_);
-      self.options_ = options;
-    }
     self.runStartSequence();
   });
   addListeners();

@@ -362,5 +362,15 @@ TEST_F(KLManagerTest, DeepLinkShowsATestPopup) {
   EXPECT_EQ(tests[0]->planID, std::nullopt);
 }
 
+TEST_F(KLManagerTest, ADeepLinkThatLaunchesTheApplicationIsOpenedRightAfterTheStart) {
+  const char* const link = "app://popupwindow?kl_popup_test=true&popup_window_id=12";
+  EXPECT_FALSE(manager->handleOpenURL(link)) << "there is no server yet";
+  manager->startWithConfigOptions(options);
+  EXPECT_TRUE(manager->handleOpenURL(link)) << "though the start sequence has not begun";
+  threads.run();
+  replyTo(0, KLObject{{"name", "Trial"}, {"content", "{}"}});
+  EXPECT_EQ(tests.size(), 1u);
+}
+
 }  // namespace
 }  // namespace kaleo

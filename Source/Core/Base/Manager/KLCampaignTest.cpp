@@ -20,7 +20,10 @@ bool KLCampaignTest::handle(const std::string& apiBaseURL, KLNetwork& network, c
                             Completion completion) const {
   if (!test_ || windowId_.empty()) return false;
   const auto base = KLURL::parse(apiBaseURL);
-  if (!base) return true;
+  if (!base) {
+    completion(nullptr);
+    return true;
+  }
   KLObject parameters{{"project", bridge.project()}, {"sdk_version", kKLSDKVersion}, {"platform", "IOS"}};
   if (const auto distinctId = bridge.distinctId()) parameters.set("distinct_id", *distinctId);
   const KLValue query = std::move(parameters);

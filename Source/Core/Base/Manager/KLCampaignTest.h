@@ -13,7 +13,7 @@ namespace kaleo {
 /// A deep link that asks for a test popup: host "popupwindow", query "kl_popup_test" and "popup_window_id".
 class KLCampaignTest {
  public:
-  /// The server's reply, or null when there is none. Runs on the network's thread.
+  /// The server's reply, or null when there is none. Runs on the network's thread, or inside `handle` when nothing can be asked.
   using Completion = std::function<void(const KLValue* reply)>;
 
   /// Nothing unless the URL's host is "popupwindow".

@@ -216,9 +216,10 @@ bool KLManager::handleOpenURL(const std::string& url) {
   const auto test = KLCampaignTest::withURL(url);
   const auto opts = options();
   if (!test || !opts) return false;
-  return test->handle(opts->apiBaseURL(), around_.network, around_.bridge, [weak = weak_from_this()](const KLValue* reply) {
+  return test->handle(opts->apiBaseURL(), around_.network, around_.bridge, [weak = weak_from_this(), url](const KLValue* reply) {
     const auto self = weak.lock();
-    if (!self || !reply || !reply->isObject()) return;
+    if (!self) return;
+    if (!reply || !reply->isObject()) return self->around_.log.error("No test popup window came for url: {}", url);
     const auto show = self->presentation().showTestCampaign;
     if (!show) return;
     const KLValue* const name = reply->find("name");

@@ -360,6 +360,10 @@ TEST_F(KLManagerTest, DeepLinkShowsATestPopup) {
   ASSERT_EQ(tests.size(), 1u);
   EXPECT_EQ(tests[0]->name, "Trial");
   EXPECT_EQ(tests[0]->planID, std::nullopt);
+  EXPECT_TRUE(manager->handleOpenURL("app://popupwindow?kl_popup_test=1&popup_window_id=13"));
+  reply(KLValue::Array{});
+  EXPECT_EQ(tests.size(), 1u);
+  EXPECT_TRUE(host.log->contains("No test popup window came for url: app://popupwindow?kl_popup_test=1&popup_window_id=13"));
 }
 
 TEST_F(KLManagerTest, ADeepLinkThatLaunchesTheApplicationIsOpenedRightAfterTheStart) {

@@ -76,6 +76,10 @@ struct PopupStage {
   std::shared_ptr<KLCampaign> campaign() const {
     return std::make_shared<KLCampaign>(plan->planKey(), "spring", "UUID", plan->popupWindowContent);
   }
+  /// These surroundings on other threads.
+  KLCampaignSurroundings surroundingsOn(KLThreading& threads, KLQueue& mainQueue) {
+    return {threads, mainQueue, downloads.center, bridge, downloads.log, surroundings.options, surroundings.planWithIdentifier};
+  }
   KLPresentation presentation() const { return {screen, std::make_shared<KLFixedTextMeasurer>(), pasteboard, windows}; }
 
   PictureDownloads downloads;

@@ -169,17 +169,15 @@ bool KLPopupShowing::isIdle() const {
 
 void KLPopupShowing::close() {
   stage_.close();
-  const auto takeDown = [controllers = std::exchange(controllers_, {})] {
+  // It is done when the last holder goes: here on the main thread, else with a task there. A main queue that has ended drops the
+  // task, and then it is done at once; what kept the popup alive would stay for good.
+  std::shared_ptr<void> takeDown(nullptr, [controllers = std::exchange(controllers_, {})](void*) {
     for (const auto& known : controllers) {
       if (const auto controller = known.lock()) controller->takeDown();
     }
-  };
+  });
   KLQueue& mainQueue = stage_.surroundings().mainQueue;
-  if (mainQueue.isCurrent()) {
-    takeDown();
-  } else {
-    mainQueue.async(takeDown);
-  }
+  if (!mainQueue.isCurrent()) mainQueue.async([held = std::move(takeDown)] {});
 }
 
 }  // namespace kaleo

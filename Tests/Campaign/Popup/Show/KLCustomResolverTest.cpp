@@ -111,14 +111,7 @@ class StuckQueue final : public KLQueue {
 
 TEST_F(KLCustomResolverTest, AMainThreadThatIsStuckCountsAsARefusal) {
   StuckQueue stuck;
-  const KLCampaignSurroundings with{stage.threading,
-                                    stuck,
-                                    stage.downloads.center,
-                                    stage.bridge,
-                                    stage.downloads.log,
-                                    stage.surroundings.options,
-                                    stage.surroundings.planWithIdentifier};
-  KLCustomResolver held(with);
+  KLCustomResolver held(stage.surroundingsOn(stage.threading, stuck));
   held.reachCampaign(stage.campaign());
   stage.threading.run();
   EXPECT_EQ(stage.notifications, Names{kCampaignDidFailedNotification});
@@ -128,15 +121,8 @@ TEST_F(KLCustomResolverTest, AMainThreadThatIsStuckCountsAsARefusal) {
 TEST_F(KLCustomResolverTest, TheEndLetsGoOfWhoWaitsForAnAnswer) {
   KLThreadThreading threads;
   StuckQueue stuck;
-  const KLCampaignSurroundings with{threads,
-                                    stuck,
-                                    stage.downloads.center,
-                                    stage.bridge,
-                                    stage.downloads.log,
-                                    stage.surroundings.options,
-                                    stage.surroundings.planWithIdentifier};
   {
-    KLCustomResolver held(with);
+    KLCustomResolver held(stage.surroundingsOn(threads, stuck));
     held.reachCampaign(stage.campaign());
     stuck.waitForTask();
   }

@@ -22,6 +22,26 @@ struct CountingDelegate : KLCampaignDelegate {
   std::atomic<int> asked = 0, started = 0;
 };
 
+/// A main queue that takes no more tasks once its application has quit.
+class QuittingQueue final : public KLQueue {
+ public:
+  explicit QuittingQueue(std::shared_ptr<KLQueue> queue) : queue_(std::move(queue)) {}
+  void quit() { hasQuit_ = true; }
+  void async(Task task) override {
+    if (!hasQuit_) queue_->async(std::move(task));
+  }
+  void asyncAfter(double seconds, Task task) override {
+    if (!hasQuit_) queue_->asyncAfter(seconds, std::move(task));
+  }
+  bool isCurrent() const override { return queue_->isCurrent(); }
+  void sync(const Task& task) override { queue_->sync(task); }
+  const std::string& label() const override { return queue_->label(); }
+
+ private:
+  const std::shared_ptr<KLQueue> queue_;
+  std::atomic<bool> hasQuit_ = false;
+};
+
 class KLPopupResolverThreadsTest : public ::testing::Test {
  protected:
   KLPopupResolverThreadsTest() {
@@ -42,16 +62,10 @@ class KLPopupResolverThreadsTest : public ::testing::Test {
 
   testing::PopupStage stage;
   KLThreadThreading threads;
-  std::shared_ptr<KLQueue> mainQueue = threads.makeSerialQueue("test.main");
+  std::shared_ptr<QuittingQueue> mainQueue = std::make_shared<QuittingQueue>(threads.makeSerialQueue("test.main"));
   std::shared_ptr<KLHeadlessWindowFactory> windows = std::make_shared<KLHeadlessWindowFactory>(mainQueue, stage.screen);
   std::shared_ptr<CountingDelegate> delegate = std::make_shared<CountingDelegate>();
-  KLCampaignSurroundings surroundings{threads,
-                                      *mainQueue,
-                                      stage.downloads.center,
-                                      stage.bridge,
-                                      stage.downloads.log,
-                                      stage.surroundings.options,
-                                      stage.surroundings.planWithIdentifier};
+  KLCampaignSurroundings surroundings = stage.surroundingsOn(threads, *mainQueue);
 };
 
 TEST_F(KLPopupResolverThreadsTest, OneOfManyCampaignsShowsAndTheEndTakesItDown) {
@@ -64,6 +78,15 @@ TEST_F(KLPopupResolverThreadsTest, OneOfManyCampaignsShowsAndTheEndTakesItDown) 
   while (windowsOnScreen() == 0) std::this_thread::yield();
   EXPECT_EQ(windowsOnScreen(), 1u);
   EXPECT_EQ(delegate->asked, 1);
+  resolver.reset();
+  EXPECT_EQ(windowsOnScreen(), 0u);
+}
+
+TEST_F(KLPopupResolverThreadsTest, TheEndAfterTheMainQueueHasEndedLeavesNoPopup) {
+  auto resolver = makeResolver();
+  resolver->reachCampaign(stage.campaign());
+  while (windowsOnScreen() == 0) std::this_thread::yield();
+  mainQueue->quit();
   resolver.reset();
   EXPECT_EQ(windowsOnScreen(), 0u);
 }

@@ -1,5 +1,6 @@
 #include "KLQtPopupWindow.h"
 
+#include <QCoreApplication>
 #include <utility>
 
 namespace kaleo {
@@ -14,6 +15,7 @@ void KLQtPopupWindow::show(KLView& root, KLPopupWindowObserver& observer) {
   hide();
   observer_ = &observer;
   shown_ = std::make_unique<QObject>();
+  QObject::connect(qApp, &QCoreApplication::aboutToQuit, shown_.get(), [this] { hide(); });
   QWidget* window = windows_->hostWindow();
   if (!window) {
     reportLossSoon();

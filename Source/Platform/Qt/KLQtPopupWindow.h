@@ -11,7 +11,8 @@
 namespace kaleo {
 
 /// A popup window over the application's window, as an overlay in it. Where the application shows no window there is nothing to
-/// cover: the popup is told so, from the event loop, as when its window goes.
+/// cover: the popup is told so, from the event loop, as when its window goes. When the application quits it hides by itself and
+/// tells nobody; it may then go on any thread.
 class KLQtPopupWindow final : public KLPopupWindow {
  public:
   KLQtPopupWindow(std::shared_ptr<KLQtWindows> windows, std::shared_ptr<KLScreen> screen, std::shared_ptr<KLQtPainter> painter);

@@ -11,6 +11,7 @@
 #include <QTimer>
 #include <QWheelEvent>
 #include <QWindow>
+#include <thread>
 
 #include "QtStage.h"
 
@@ -223,6 +224,18 @@ TEST_F(KLQtPopupWindowTest, IsLostWithItsWindowAndOnlyThen) {
   window->hide();
   drain();
   EXPECT_EQ(observer.calls, (std::vector<std::string>{"layout", "lost"}));
+}
+
+TEST_F(KLQtPopupWindowTest, HidesWhenTheApplicationQuitsAndMayThenGoOnAnyThread) {
+  showAll();
+  const auto isThere = [&] { return host->findChild<QWidget*>("KaleoPopup") != nullptr; };
+  ASSERT_TRUE(isThere());
+  platform.mainQueue->async([] { QCoreApplication::quit(); });
+  QApplication::exec();
+  drain();
+  EXPECT_FALSE(isThere());
+  std::thread([&] { window.reset(); }).join();
+  EXPECT_EQ(observer.calls, std::vector<std::string>{"layout"});
 }
 
 TEST_F(KLQtPopupWindowTest, IsLostAtOnceWhereTheApplicationShowsNoWindow) {

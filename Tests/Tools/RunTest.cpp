@@ -380,7 +380,7 @@ TEST_F(RunTest, ReportsLinesThatAreNoCommand) {
   EXPECT_EQ(script.end(), 1);
   const std::string errors = script.errors();
   EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), static_cast<std::ptrdiff_t>(std::size(bad))) << errors;
-  EXPECT_THAT(errors, HasSubstr("kaleo run: line 1: "));
+  EXPECT_THAT(errors, HasSubstr("kaleo run: line 1: column 1: "));
   EXPECT_EQ(script.count({{"answer", "wait"}}), 1u);
 
   Script tap(arguments());

@@ -1,7 +1,11 @@
 #include "lines/EventLine.h"
 
-#include <optional>
+#include <fmt/format.h>
+
 #include <utility>
+
+#include "Foundation/KLJSON.h"
+#include "json/JSONFault.h"
 
 namespace kaleo::tools {
 namespace {
@@ -47,6 +51,19 @@ std::optional<KLValue> withDates(const KLValue& value) {
 }
 
 }  // namespace
+
+std::optional<KLValue> parseObjectLine(std::string_view text, std::string& fault) {
+  KLError error;
+  auto line = KLJSON::parse(text, &error);
+  if (line && line->isObject()) return line;
+  if (line) {
+    fault = "this is no object";
+  } else {
+    const auto found = findJSONFault(text);
+    fault = found ? fmt::format("column {}: {}", found->column, found->message) : error.localizedDescription;
+  }
+  return std::nullopt;
+}
 
 bool isNumber(const KLValue* value) { return value && (value->isInteger() || value->isDouble()); }
 

@@ -1,10 +1,15 @@
 #pragma once
 
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "kaleo/KLValue.h"
 
 namespace kaleo::tools {
+
+/// The object that a line of JSON Lines holds. Where it holds none, nothing, and `fault` says why, for the person who wrote it.
+std::optional<KLValue> parseObjectLine(std::string_view text, std::string& fault);
 
 /// Whether there is a number; booleans are none here.
 bool isNumber(const KLValue* value);

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <utility>
 
-#include "Foundation/KLJSON.h"
 #include "kaleo/KLNotificationCenter.h"
 #include "lines/EventLine.h"
 
@@ -98,10 +97,8 @@ constexpr const char* kNames = R"("track", "user", "tap", "app", "open", "fetch"
 }  // namespace
 
 std::optional<RunStep> parseRunStep(std::string_view text, std::string& fault) {
-  KLError error;
-  const auto line = KLJSON::parse(text, &error);
-  if (!line) return refuse(fault, error.localizedDescription.c_str());
-  if (!line->isObject()) return refuse(fault, "this is no object");
+  const auto line = parseObjectLine(text, fault);
+  if (!line) return std::nullopt;
   const Command* found = nullptr;
   for (const Command& command : kCommands) {
     if (!line->find(command.name)) continue;

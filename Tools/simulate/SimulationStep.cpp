@@ -5,8 +5,6 @@
 #include <array>
 #include <cmath>
 
-#include "Foundation/KLJSON.h"
-#include "json/JSONFault.h"
 #include "lines/EventLine.h"
 
 namespace kaleo::tools {
@@ -59,18 +57,11 @@ const char* nameOf(Operation operation) {
 }
 
 std::optional<SimulationStep> parseSimulationStep(std::string_view text, std::string& fault) {
-  KLError error;
-  const auto line = KLJSON::parse(text, &error);
-  if (!line) {
-    const auto found = findJSONFault(text);
-    fault = found ? fmt::format("column {}: {}", found->column, found->message) : error.localizedDescription;
-    return std::nullopt;
-  }
+  const auto line = parseObjectLine(text, fault);
+  if (!line) return std::nullopt;
   SimulationStep step;
   const KLValue* const at = line->find("at");
-  if (!line->isObject()) {
-    fault = "this is no object";
-  } else if (!isNumber(at) || !std::isfinite(at->asDouble())) {
+  if (!isNumber(at) || !std::isfinite(at->asDouble())) {
     fault = "\"at\" is no finite number";
   } else {
     step.at = at->asDouble();

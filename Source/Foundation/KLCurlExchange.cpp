@@ -140,7 +140,9 @@ bool KLCurlExchange::takeHeader(std::string_view line) {
   if (line.starts_with("HTTP/")) {  // also after an interim answer or a redirection
     response_ = {};
     headerBytes_ = 0;
+    headersEnded_ = false;
   }
+  headersEnded_ = headersEnded_ || trimmed(line).empty();
   headerBytes_ += line.size();
   if (headerBytes_ > kMaxHeaderBytes) return false;
   const auto colon = line.find(':');
@@ -158,6 +160,8 @@ bool KLCurlExchange::takeBody(std::string_view piece) {
 
 KLHTTPResult KLCurlExchange::result(CURLcode code) {
   if (bodyTooLong_) code = CURLE_FILESIZE_EXCEEDED;
+  // libcurl takes headers that break off for an answer without a body.
+  if (code == CURLE_OK && !headersEnded_) code = CURLE_PARTIAL_FILE;
   if (code != CURLE_OK) {
     const std::string text = errorText_[0] && !bodyTooLong_ ? errorText_ : curl_easy_strerror(code);
     return {std::nullopt, KLError{kKLTransportErrorDomain, code, text}};

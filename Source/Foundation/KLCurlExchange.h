@@ -61,6 +61,7 @@ class KLCurlExchange {
   std::size_t maxBodyBytes_ = 0;
   std::size_t headerBytes_ = 0;
   bool bodyTooLong_ = false;
+  bool headersEnded_ = false;  ///< the empty line behind them has come
   char errorText_[CURL_ERROR_SIZE] = "";
   std::unique_ptr<CURLU, Free> url_;
   std::unique_ptr<curl_slist, Free> headerList_;

@@ -199,6 +199,25 @@ TEST_F(KLCurlHTTPSessionTest, ABodyThatBreaksOffIsAnError) {
   EXPECT_FALSE(torn.error->localizedDescription.empty());
 }
 
+/// Hangs up within the headers.
+class TornServer final : public httplib::Server {
+  bool process_and_close_socket(socket_t socket) override {
+    constexpr std::string_view kTorn = "HTTP/1.1 200 OK\r\nContent-Le";
+    char request[4096];
+    const bool isSpoken = ::recv(socket, request, sizeof request, 0) > 0 &&
+                          ::send(socket, kTorn.data(), kTorn.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(kTorn.size());
+    ::close(socket);
+    return isSpoken;
+  }
+};
+
+TEST_F(KLCurlHTTPSessionTest, HeadersThatBreakOffAreAnError) {
+  const LoopbackServer torn(std::make_unique<TornServer>(), [](httplib::Server&) {});
+  const auto result = fetch({.url = torn.url("/")});
+  EXPECT_FALSE(result.response.has_value());
+  EXPECT_EQ(codeOf(result), CURLE_PARTIAL_FILE);
+}
+
 TEST_F(KLCurlHTTPSessionTest, ALongBodyIsGivenUpBeforeItFillsTheMemory) {
   makeSession({.maxBodyBytes = kMegabyte});
   for (const char* path : {"/huge", "/endless"}) {

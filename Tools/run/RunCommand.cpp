@@ -65,10 +65,11 @@ Command runCommand(CLI::App& kaleo) {
   app->add_option("--project", arguments->project, "The host's project")->type_name("NAME")->capture_default_str();
   app->add_option("--user", arguments->user, "Distinct id of the user at the start")->type_name("ID")->capture_default_str();
   app->add_flag("--encrypt", arguments->encrypt, "The host keeps its store encrypted, so the library encrypts its state");
-  app->add_option("--delegate", arguments->delegate,
-                  "What the application does with the library's callbacks: implements all, refuses every campaign, or\n"
-                  "implements none")
-      ->transform(CLI::CheckedTransformer(kDelegateModes).description(""))
+  app->add_option_function<std::string>(
+         "--delegate", [arguments](const std::string& word) { arguments->delegate = kDelegateModes.at(word); },
+         "What the application does with the library's callbacks: implements all, refuses every campaign, or\n"
+         "implements none")
+      ->check(CLI::IsMember(kDelegateModes).description(""))
       ->type_name("full|refuse|none")
       ->default_str("full");
   app->add_flag("--log", arguments->log, "Prints each log line, too");

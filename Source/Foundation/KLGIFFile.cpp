@@ -1,5 +1,7 @@
 #include "Foundation/KLGIFFile.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -71,10 +73,16 @@ KLGIFDisposal disposalOf(unsigned packed) {
 
 class Scanner {
  public:
-  Scanner(const KLBytes& data, const KLImageDecoder::Limits& limits) : cursor_(data), limits_(limits) {}
+  Scanner(const KLBytes& data, std::size_t maxFrames) : cursor_(data), maxFrames_(maxFrames) {}
 
   std::optional<KLGIFFile> scan() {
-    if (!readHead() || !readBlocks() || file_.frames.empty() || !sizesAllowed()) return std::nullopt;
+    if (!readHead()) return std::nullopt;
+    readBlocks();
+    if (file_.frames.empty()) return std::nullopt;
+    if (file_.width == 0 || file_.height == 0) {
+      file_.width = file_.frames.front().width;
+      file_.height = file_.frames.front().height;
+    }
     return std::move(file_);
   }
 
@@ -91,19 +99,16 @@ class Scanner {
     return !cursor_.failed();
   }
 
-  /// False when there are too many frames.
-  bool readBlocks() {
-    for (;;) {
+  void readBlocks() {
+    while (!cursor_.failed() && file_.frames.size() < maxFrames_) {
       const unsigned kind = cursor_.byte();
       if (kind == kExtensionBlock) {
         readExtension();
       } else if (kind == kImageBlock) {
         readImage();
       } else {
-        return true;
+        return;
       }
-      if (cursor_.failed()) return true;
-      if (file_.frames.size() > limits_.maxFrames) return false;
     }
   }
 
@@ -128,8 +133,9 @@ class Scanner {
     frame.paletteOffset = cursor_.position();
     cursor_.skip(std::size_t{3} * static_cast<unsigned>(frame.paletteSize));
     cursor_.byte();  // code size
+    if (cursor_.failed()) return;
     cursor_.skipSubBlocks();
-    if (!cursor_.failed()) keep(frame);
+    if (!cursor_.failed() || file_.frames.empty()) keep(frame);
   }
 
   void keep(KLGIFFrame frame) {
@@ -144,28 +150,8 @@ class Scanner {
     file_.frames.push_back(frame);
   }
 
-  /// Also gives a canvas without size that of the first frame.
-  bool sizesAllowed() {
-    if (file_.width == 0 || file_.height == 0) {
-      file_.width = file_.frames.front().width;
-      file_.height = file_.frames.front().height;
-    }
-    const auto allowed = [this](int width, int height) {
-      return KLImageSizeAllowed(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), limits_);
-    };
-    if (!allowed(file_.width, file_.height)) return false;
-
-    const auto area = [](int width, int height) { return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height); };
-    std::uint64_t total = 0;
-    for (const auto& frame : file_.frames) {
-      if (area(frame.width, frame.height) > limits_.maxPixels) return false;
-      total += std::max(area(frame.width, frame.height), area(file_.width, file_.height)) * kKLBytesPerPixel;
-    }
-    return total <= limits_.maxTotalBytes;
-  }
-
   Cursor cursor_;
-  const KLImageDecoder::Limits& limits_;
+  const std::size_t maxFrames_;
   KLGIFFile file_;
   Control control_;
   int globalPaletteSize_ = 0;
@@ -179,9 +165,26 @@ bool hasSignature(const KLBytes& data) {
 
 }  // namespace
 
-std::optional<KLGIFFile> KLScanGIF(const KLBytes& data, const KLImageDecoder::Limits& limits) {
+std::optional<KLGIFFile> KLScanGIF(const KLBytes& data, std::size_t maxFrames) {
   if (!hasSignature(data)) return std::nullopt;
-  return Scanner(data, limits).scan();
+  return Scanner(data, maxFrames).scan();
+}
+
+std::string KLGIFRefusal(const KLGIFFile& file, const KLImageDecoder::Limits& limits) {
+  if (file.frames.size() > limits.maxFrames) return fmt::format("more frames than maxFrames {}", limits.maxFrames);
+  const auto refusal = [&limits](int width, int height) {
+    return KLImageSizeRefusal(static_cast<std::uint32_t>(width), static_cast<std::uint32_t>(height), limits);
+  };
+  if (auto text = refusal(file.width, file.height); !text.empty()) return text;
+
+  const auto area = [](int width, int height) { return static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height); };
+  std::uint64_t total = 0;
+  for (const auto& frame : file.frames) {
+    // A frame larger than the canvas costs its own size to unpack.
+    if (area(frame.width, frame.height) > limits.maxPixels) return refusal(frame.width, frame.height);
+    total += std::max(area(frame.width, frame.height), area(file.width, file.height)) * kKLBytesPerPixel;
+  }
+  return KLImageTotalRefusal(total, limits);
 }
 
 }  // namespace kaleo

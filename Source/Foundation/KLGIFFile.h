@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "Foundation/KLImageDecoder.h"
@@ -29,8 +30,11 @@ struct KLGIFFile {
   std::vector<KLGIFFrame> frames;
 };
 
-/// Reads the structure. A file that breaks off or goes wrong gives the frames that are whole. Nothing when there is none, or when
-/// the frames together go beyond the limits.
-std::optional<KLGIFFile> KLScanGIF(const KLBytes& data, const KLImageDecoder::Limits& limits);
+/// Reads the structure of `maxFrames` frames at most. A file that breaks off or goes wrong gives the frames that are whole, and the
+/// first of all also when it is not. A canvas without size gets that of the first frame. Nothing when there is no frame.
+std::optional<KLGIFFile> KLScanGIF(const KLBytes& data, std::size_t maxFrames);
+
+/// Why the file is refused, as its frames have no size or are together beyond the limits; empty when it is not.
+std::string KLGIFRefusal(const KLGIFFile& file, const KLImageDecoder::Limits& limits);
 
 }  // namespace kaleo

@@ -163,11 +163,13 @@ class GIFImage final : public KLImage {
 
 }  // namespace
 
-std::shared_ptr<const KLImage> KLDecodeGIF(const KLBytes& data, const KLImageDecoder::Limits& limits) {
-  auto file = KLScanGIF(data, limits);
-  if (!file) return nullptr;
+KLImageDecoder::Outcome KLDecodeGIF(const KLBytes& data, const KLImageDecoder::Limits& limits) {
+  auto file = KLScanGIF(data, limits.maxFrames + 1);
+  if (!file) return {nullptr, "damaged GIF"};
+  if (auto refusal = KLGIFRefusal(*file, limits); !refusal.empty()) return {nullptr, std::move(refusal)};
   auto image = std::make_shared<GIFImage>(data, std::move(*file));
-  return image->composeFirst() ? image : nullptr;
+  if (!image->composeFirst()) return {nullptr, "damaged GIF"};
+  return {std::move(image), ""};
 }
 
 }  // namespace kaleo

@@ -1,5 +1,7 @@
 #include "Foundation/KLImageDecoder.h"
 
+#include <fmt/format.h>
+
 #include <new>
 
 #include "Foundation/KLGIFImage.h"
@@ -22,8 +24,8 @@ Format formatOf(const KLBytes& data) {
   }
 }
 
-std::shared_ptr<const KLImage> decode(const KLBytes& data, const Limits& limits) try {
-  if (data.size() > limits.maxBytes) return nullptr;
+Outcome decodeOrRefuse(const KLBytes& data, const Limits& limits) try {
+  if (data.size() > limits.maxBytes) return {nullptr, fmt::format("{} bytes, more than maxBytes {}", data.size(), limits.maxBytes)};
   switch (formatOf(data)) {
     case Format::GIF:
       return KLDecodeGIF(data, limits);
@@ -34,9 +36,11 @@ std::shared_ptr<const KLImage> decode(const KLBytes& data, const Limits& limits)
     case Format::Unknown:
       break;
   }
-  return nullptr;
+  return {nullptr, "no JPEG, PNG or GIF"};
 } catch (const std::bad_alloc&) {
-  return nullptr;
+  return {nullptr, "out of memory"};
 }
+
+std::shared_ptr<const KLImage> decode(const KLBytes& data, const Limits& limits) { return decodeOrRefuse(data, limits).image; }
 
 }  // namespace kaleo::KLImageDecoder

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <string>
 
 #include "kaleo/KLImage.h"
 #include "kaleo/KLValue.h"
@@ -26,7 +27,16 @@ struct Limits {
   std::uint64_t maxTotalBytes = 512u << 20;  ///< decoded, pixels times frames times 4
 };
 
-/// The picture; null when the data is none, is damaged beyond use, or goes beyond the limits.
+/// A picture, or why there is none.
+struct Outcome {
+  std::shared_ptr<const KLImage> image;
+  std::string refusal;  ///< for a log line; names the limit that the data goes beyond; empty when there is a picture
+};
+
+/// Refuses data that is no picture, is damaged beyond use, or goes beyond the limits. Of a picture that breaks off what came is
+/// shown, as browsers do, and the rest is transparent.
+Outcome decodeOrRefuse(const KLBytes& data, const Limits& limits = {});
+/// The picture alone; null when it is refused.
 std::shared_ptr<const KLImage> decode(const KLBytes& data, const Limits& limits = {});
 
 }  // namespace KLImageDecoder

@@ -3,6 +3,9 @@
 #include <csetjmp>
 #include <cstdio>  // jpeglib.h needs FILE and does not bring it
 
+#include <algorithm>
+#include <limits>
+
 #include <jerror.h>
 #include <jpeglib.h>
 
@@ -15,6 +18,7 @@ namespace {
 
 /// A progressive picture has some ten scans; a crafted one has thousands, each of which costs a pass over all coefficients.
 constexpr int kMaxScans = 200;
+constexpr std::size_t kStripRows = 16;
 constexpr int kExifMarker = JPEG_APP0 + 1;
 constexpr unsigned kMaxMarkerBytes = 0xFFFF;
 
@@ -54,33 +58,56 @@ class Decompression {
     return KLExifOrientation::Upright;
   }
 
-  /// Four bytes a pixel into `rows`, which has room for them: RGBA, or CMYK as stored.
-  bool readPixels(std::uint8_t* rows) {
+  /// Appends the picture's rows to `pixels`, which has room for them, as far as the data goes: four bytes a pixel, RGBA, or CMYK as
+  /// stored. False when nothing can be shown.
+  bool readRows(std::vector<std::uint8_t>& pixels) {
     if (setjmp(errors_.escape) != 0) return false;
     info_.out_color_space = isCMYK() ? JCS_CMYK : JCS_EXT_RGBA;
     jpeg_start_decompress(&info_);
-    const std::size_t stride = std::size_t{info_.output_width} * kKLBytesPerPixel;
-    while (info_.output_scanline < info_.output_height) {
-      JSAMPROW row = rows + stride * info_.output_scanline;
-      jpeg_read_scanlines(&info_, &row, 1);
-    }
-    return !errors_.endedEarly && jpeg_finish_decompress(&info_) != FALSE;
+    readStrips(pixels);
+    return !pixels.empty();
   }
 
  private:
   struct Errors {
     jpeg_error_mgr base{};
     std::jmp_buf escape{};
-    bool endedEarly = false;
+    bool ended = false;  ///< the data, before the picture
+    JDIMENSION usableRows = std::numeric_limits<JDIMENSION>::max();
   };
+
+  /// By way of a few rows that stay in the processor's cache, so that the picture's memory is written once: rows read to their
+  /// place would need it cleared before.
+  void readStrips(std::vector<std::uint8_t>& pixels) {
+    const std::size_t stride = std::size_t{info_.output_width} * kKLBytesPerPixel;
+    strip_.resize(stride * kStripRows);
+    for (bool more = true; more;) {
+      auto row = strip_.begin();
+      while (row != strip_.end() && (more = readRow(&*row))) row += static_cast<std::ptrdiff_t>(stride);
+      pixels.insert(pixels.end(), strip_.begin(), row);
+    }
+  }
+
+  bool readRow(JSAMPROW row) {
+    if (info_.output_scanline == info_.output_height) return false;
+    jpeg_read_scanlines(&info_, &row, 1);
+    return info_.output_scanline <= errors_.usableRows;
+  }
 
   static Errors& errorsOf(j_common_ptr info) { return *reinterpret_cast<Errors*>(info->err); }
 
   [[noreturn]] static void fail(j_common_ptr info) { std::longjmp(errorsOf(info).escape, 1); }
 
-  /// libjpeg pads data that ends early with grey; everything else that it warns of leaves a usable picture.
-  static void noteWarning(j_common_ptr info, int level) {
-    if (level < 0 && info->err->msg_code == JWRN_JPEG_EOF) errorsOf(info).endedEarly = true;
+  /// libjpeg goes on with grey where the data ends. In the first scan that begins with the row of blocks that it is at; later scans
+  /// only make a whole picture finer. Everything else that it warns of leaves a usable picture.
+  static void noteWarning(j_common_ptr common, int level) {
+    if (level >= 0) return;
+    auto& errors = errorsOf(common);
+    const auto& info = *reinterpret_cast<j_decompress_ptr>(common);
+    if (common->err->msg_code == JWRN_JPEG_EOF) errors.ended = true;
+    if (common->err->msg_code != JWRN_HIT_MARKER || !errors.ended || info.input_scan_number > 1) return;
+    errors.usableRows =
+        std::min(errors.usableRows, info.input_iMCU_row * static_cast<JDIMENSION>(info.max_v_samp_factor * DCTSIZE));
   }
 
   static void boundScans(j_common_ptr info) {
@@ -90,6 +117,7 @@ class Decompression {
   jpeg_decompress_struct info_{};
   jpeg_progress_mgr progress_{};
   Errors errors_;
+  std::vector<std::uint8_t> strip_;
 };
 
 /// Adobe's encoders store ink inverted (0 is full ink) and say so with their marker.
@@ -106,18 +134,20 @@ void convertCMYK(std::vector<std::uint8_t>& pixels, bool inverted) {
 
 }  // namespace
 
-std::shared_ptr<const KLImage> KLDecodeJPEG(const KLBytes& data, const KLImageDecoder::Limits& limits) {
+KLImageDecoder::Outcome KLDecodeJPEG(const KLBytes& data, const KLImageDecoder::Limits& limits) {
   Decompression decompression;
-  if (!decompression.readHeader(data)) return nullptr;
+  if (!decompression.readHeader(data)) return {nullptr, "damaged JPEG"};
   const auto width = decompression.width(), height = decompression.height();
-  if (!KLImageSizeAllowed(width, height, limits)) return nullptr;
+  if (auto refusal = KLImageSizeRefusal(width, height, limits); !refusal.empty()) return {nullptr, std::move(refusal)};
 
   KLPixels pixels{static_cast<int>(width), static_cast<int>(height), {}};
-  pixels.rgba.resize(std::size_t{width} * height * kKLBytesPerPixel);
+  const std::size_t size = std::size_t{width} * height * kKLBytesPerPixel;
+  pixels.rgba.reserve(size);
   const auto orientation = decompression.orientation();
-  if (!decompression.readPixels(pixels.rgba.data())) return nullptr;
+  if (!decompression.readRows(pixels.rgba)) return {nullptr, "damaged JPEG"};
   if (decompression.isCMYK()) convertCMYK(pixels.rgba, decompression.isInverted());
-  return std::make_shared<KLStillImage>(KLTurnUpright(std::move(pixels), orientation));
+  pixels.rgba.resize(size);  // the rest of a picture that breaks off is transparent
+  return {std::make_shared<KLStillImage>(KLTurnUpright(std::move(pixels), orientation)), ""};
 }
 
 }  // namespace kaleo

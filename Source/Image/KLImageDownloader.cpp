@@ -26,9 +26,17 @@ struct Outcome {
   std::optional<KLError> error;
 };
 
-Outcome outcomeOf(const KLHTTPResult& result) {
-  if (!result.response) return {nullptr, result.error};
-  if (auto image = KLImageDecoder::decode(result.response->body)) return {std::move(image), std::nullopt};
+/// What libcurl's sessions say of a body beyond their own limit (CURLE_FILESIZE_EXCEEDED).
+constexpr int kBodyTooLong = 63;
+
+bool isBodyTooLong(const KLError& error) { return error.domain == kKLTransportErrorDomain && error.code == kBodyTooLong; }
+
+Outcome outcomeOf(const std::string& url, const KLHTTPResult& result, const KLLog& log) {
+  if (!result.response && !(result.error && isBodyTooLong(*result.error))) return {nullptr, result.error};
+  auto decoded = result.response ? KLImageDecoder::decodeOrRefuse(result.response->body)
+                                 : KLImageDecoder::Outcome{nullptr, result.error->localizedDescription};
+  if (decoded.image) return {std::move(decoded.image), std::nullopt};
+  log.error("Image refused: {}, url: {}", decoded.refusal, url);
   return {nullptr, KLError::kaleo(KLError::UnsupportedImageFormat, "Unsupported image format")};
 }
 
@@ -81,7 +89,7 @@ void KLImageDownloader::State::begin(const std::string& url, Completion completi
 }
 
 void KLImageDownloader::State::finish(const std::string& url, KLHTTPResult result) {
-  auto outcome = outcomeOf(result);
+  auto outcome = outcomeOf(url, result, around.log);
   if (outcome.image) around.cache.storeImage(outcome.image, std::move(result.response->body), url);
   downloadQueue->async([this, url, outcome = std::move(outcome)] { tell(url, outcome); });
 }

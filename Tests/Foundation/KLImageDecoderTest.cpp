@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "Support/Pictures.h"
 
 namespace kaleo {
@@ -143,12 +145,60 @@ void playThrough(const std::shared_ptr<const KLImage>& image) {
   }
 }
 
-TEST(KLImageDecoder, RefusesTruncatedPictures) {
+KLBytes firstOf(const KLBytes& data, std::size_t length) {
+  return {data.begin(), data.begin() + static_cast<std::ptrdiff_t>(length)};
+}
+
+TEST(KLImageDecoder, SurvivesABreakAtEveryByte) {
   for (const auto& whole : samplesOfAllFormats()) {
-    for (std::size_t length = 0; length < whole.size(); ++length) {
-      const auto image = decode(KLBytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(length)));
-      playThrough(image);
-      EXPECT_FALSE(image && length < whole.size() / 2) << length << " of " << whole.size();
+    for (std::size_t length = 0; length < whole.size(); ++length) playThrough(decode(firstOf(whole, length)));
+  }
+}
+
+Samples grain(int count) {
+  Samples samples;
+  for (unsigned i = 0, value = 1; i < static_cast<unsigned>(count); ++i) {
+    samples.push_back(static_cast<std::uint8_t>((value = value * 1'103'515'245 + 12'345) >> 16));
+  }
+  return samples;
+}
+
+TEST(KLImageDecoder, ShowsWhatCameOfAPictureThatBreaksOff) {
+  constexpr int kSide = 64;
+  auto indices = grain(kSide * kSide);
+  for (auto& index : indices) index %= 4;
+  const std::vector<KLBytes> pictures{
+      testing::makePNG(pngHeader(kSide, kSide, 8, SPNG_COLOR_TYPE_TRUECOLOR), grain(kSide * kSide * 3)),
+      testing::makeJPEG(kSide, kSide, 3, grain(kSide * kSide * 3)),
+      testing::makeGIF(kSide, kSide, {{.width = kSide, .height = kSide, .indices = indices}})};
+  for (const auto& data : pictures) {
+    const Samples whole = pixelsOf(data);
+    std::size_t shownBefore = 0;
+    for (const std::size_t part : {40u, 60u, 90u}) {
+      SCOPED_TRACE(part);
+      const Samples pixels = pixelsOf(firstOf(data, data.size() * part / 100));
+      ASSERT_EQ(pixels.size(), whole.size());
+      std::size_t shown = 0;  // bytes up to the first transparent pixel; the whole has none
+      while (shown < pixels.size() && pixels[shown + 3] != 0) shown += 4;
+      EXPECT_GT(shown, shownBefore) << "more of it the more came";
+      EXPECT_EQ(shown % (kSide * 4), 0u) << "whole rows";
+      EXPECT_TRUE(std::equal(pixels.begin(), pixels.begin() + static_cast<std::ptrdiff_t>(shown), whole.begin()));
+      EXPECT_TRUE(
+          std::all_of(pixels.begin() + static_cast<std::ptrdiff_t>(shown), pixels.end(), [](auto byte) { return byte == 0; }));
+      shownBefore = shown;
+    }
+    EXPECT_FALSE(decode(firstOf(data, 20))) << "nothing came";
+  }
+}
+
+TEST(KLImageDecoder, ShowsAnInterlacedPictureThatBreaksOffCoarsely) {
+  constexpr int kSide = 64;
+  const auto data = testing::makePNG(pngHeader(kSide, kSide, 8, SPNG_COLOR_TYPE_GRAYSCALE, true), grain(kSide * kSide));
+  const Samples whole = pixelsOf(data), part = pixelsOf(firstOf(data, data.size() / 3));  // of whose passes five hold a quarter
+  ASSERT_EQ(part.size(), whole.size());
+  for (std::size_t y = 0; y < kSide; ++y) {
+    for (std::size_t x = 0; x < kSide; ++x) {
+      ASSERT_EQ(part[(y * kSide + x) * 4], whole[((y - y % 2) * kSide + x - x % 2) * 4]) << x << ", " << y;
     }
   }
 }

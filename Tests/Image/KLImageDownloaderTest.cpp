@@ -8,6 +8,7 @@
 #include "Support/FakeClock.h"
 #include "Support/FakeHTTPSession.h"
 #include "Support/ManualThreading.h"
+#include "Support/PictureDownloads.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace kaleo {
@@ -120,6 +121,46 @@ TEST_F(KLImageDownloaderTest, WhatIsNoPictureIsAnErrorAndNotKept) {
     EXPECT_FALSE(cache_.diskCache().containsDataForKey(kURL));
   }
   EXPECT_EQ(session_.size(), 3u) << "each asks anew";
+}
+
+KLBytes gifOfFrames(int width, int height, std::size_t count) {
+  return testing::makeGIF(width, height, std::vector<testing::GIFFrameSketch>(count, {.indices = {1}}));
+}
+
+TEST(KLImageDownloader, RefusesPicturesBeyondALimitAndLogsWhich) {
+  KLBytes long_(20'971'521);
+  long_.front() = 0x89;
+  const std::vector<std::pair<KLBytes, std::string>> pictures{
+      {std::move(long_), "20971521 bytes, more than maxBytes 20971520"},
+      {testing::makePNG({8000, 5001, 1, SPNG_COLOR_TYPE_GRAYSCALE, 0, 0, 0}, KLBytes(1000 * 5001)),
+       "8000 x 5001 pixels, more than maxPixels 40000000"},
+      {gifOfFrames(1, 1, 2001), "more frames than maxFrames 2000"},
+      {gifOfFrames(1000, 1000, 135), "540000000 bytes decoded, more than maxTotalBytes 536870912"},
+      {KLBytes{'?'}, "no JPEG, PNG or GIF"}};
+  testing::PictureDownloads downloads;
+  std::vector<KLError> errors;
+  const auto fetch = [&](KLHTTPResult result) {
+    downloads.downloader.downloadImageWithURL(kURL, nullptr, [&](const auto&, const auto& error) {
+      if (error) errors.push_back(*error);
+    });
+    downloads.threading.run();
+    downloads.session.answer(downloads.session.size() - 1, std::move(result));
+    downloads.threading.run();
+  };
+  std::vector<std::string> lines;
+  const auto expectRefused = [&](KLHTTPResult result, const std::string& reason) {
+    fetch(std::move(result));
+    lines.push_back("Image refused: " + reason + ", url: " + kURL);
+  };
+  for (const auto& [data, reason] : pictures) expectRefused({KLHTTPResponse{200, {}, data}, std::nullopt}, reason);
+  // The session has a limit of its own, which it keeps before it has the whole.
+  expectRefused({std::nullopt, KLError{kKLTransportErrorDomain, 63, "Maximum file size exceeded"}}, "Maximum file size exceeded");
+  EXPECT_EQ(errors, std::vector(lines.size(), KLError::kaleo(KLError::UnsupportedImageFormat, "Unsupported image format")));
+  EXPECT_EQ(downloads.host.log->messages(1), lines);
+
+  errors.clear();
+  fetch({KLHTTPResponse{200, {}, gifOfFrames(1, 1, 2000)}, std::nullopt});
+  EXPECT_TRUE(errors.empty());
 }
 
 TEST_F(KLImageDownloaderTest, PassesTransportErrorsOn) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -24,6 +25,11 @@ constexpr std::size_t kLongestExtension = 223;
 /// `st_blocks` counts in these whatever the file system's own blocks are (POSIX.1, <sys/stat.h>).
 constexpr std::uint64_t kBytesPerStatBlock = 512;
 constexpr double kNanosecondsPerSecond = 1e9;
+/// Keeps the directory out of backups (Cache Directory Tagging Specification, https://bford.info/cachedir).
+constexpr const char* kTagName = "CACHEDIR.TAG";
+constexpr std::string_view kTag =
+    "Signature: 8a477f597d28d172789f06886806bc55\n"
+    "# Pictures that can be fetched again.\n";
 
 std::string pathExtensionOf(const std::string& key) {
   if (const auto url = KLURL::parse(key)) return url->pathExtension();
@@ -47,12 +53,13 @@ std::optional<File> fileAt(const fs::path& path) {
   return File{path, secondsOf(status.st_mtim), static_cast<std::uint64_t>(status.st_blocks) * kBytesPerStatBlock};
 }
 
-/// All but directories and hidden files.
+/// All but directories, hidden files and the tag.
 std::vector<File> filesIn(const fs::path& directory) {
   std::vector<File> files;
   std::error_code error;
   for (fs::directory_iterator entry(directory, error), end; !error && entry != end; entry.increment(error)) {
-    if (entry->path().filename().native().front() == '.') continue;
+    const auto name = entry->path().filename();
+    if (name.native().front() == '.' || name == kTagName) continue;
     if (auto file = fileAt(entry->path())) files.push_back(std::move(*file));
   }
   return files;
@@ -97,7 +104,10 @@ std::optional<KLBytes> KLDiskImageCache::dataForKey(const std::string& key) cons
 
 void KLDiskImageCache::setData(const KLBytes& data, const std::string& key) {
   const auto path = cachePathForKey(key);
-  if (KLFile::writeAtomically(path, data)) setModificationTime(path, clock_.now());
+  if (!KLFile::writeAtomically(path, data)) return;
+  setModificationTime(path, clock_.now());
+  if (const auto tag = cachePath_ / kTagName; !KLFile::exists(tag))
+    KLFile::createAtomically(tag, KLBytes(kTag.begin(), kTag.end()));
 }
 
 void KLDiskImageCache::removeDataForKey(const std::string& key) { KLFile::remove(cachePathForKey(key)); }

@@ -11,10 +11,9 @@
 
 namespace kaleo {
 
-/// The downloaded bytes of pictures, a file for each key, in one directory. Nothing here reports an error: a cache that cannot
-/// write is a cache that misses.
-/// Threads: any; files are replaced in one step, so that a reader sees the old bytes or the new ones.
-/// Lifetime: borrows the clock.
+/// The downloaded bytes of pictures, a file for each key, in one directory that backups leave out. Nothing here reports an error: a
+/// cache that cannot write is a cache that misses. Threads: any; files are replaced in one step, so that a reader sees the old
+/// bytes or the new ones. Lifetime: borrows the clock.
 class KLDiskImageCache {
  public:
   static constexpr double kDefaultMaxDiskAge = 604'800;  ///< 7 days, in seconds

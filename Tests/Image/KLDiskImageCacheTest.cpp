@@ -82,6 +82,7 @@ TEST_F(KLDiskImageCacheTest, ExpiresFilesByAge) {
   std::filesystem::create_directory(cache_.cachePathForKey("x").parent_path() / "directory");
   cache_.removeExpiredData();
   EXPECT_THAT(held({"older", "just", "younger"}), UnorderedElementsAre("younger"));
+  EXPECT_TRUE(KLFile::exists(cache_.cachePathForKey("x").replace_filename("CACHEDIR.TAG"))) << "backups leave it out";
 
   clock_.advance(1e6);
   cache_.setMaxDiskAge(-1);

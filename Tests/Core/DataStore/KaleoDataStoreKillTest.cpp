@@ -1,14 +1,12 @@
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <chrono>
-#include <csignal>
 #include <cstdlib>
 #include <random>
 
 #include "Core/DataStore/StoreFixture.h"
 #include "Foundation/KLThreads.h"
+#include "Support/Killing.h"
 
 // A program that counts events and shows popups in a loop, and reports each number whose writes the store has confirmed, is killed
 // at random moments, 100 times or as often as the environment variable KALEO_KILLS says:
@@ -19,7 +17,6 @@ namespace kaleo::testing {
 namespace {
 
 using Name = KLDatabaseProperName;
-using Clock = std::chrono::steady_clock;
 
 constexpr int kKills = 100;
 constexpr int kPlans = 8;
@@ -60,31 +57,6 @@ class KaleoDataStoreKillTest : public StoreFixture {
     }
   }
 
-  /// Runs the program until it has confirmed `count` numbers, kills it `delay` later, and answers the last number that it
-  /// confirmed.
-  int killAfter(int count, Clock::duration delay, int first) {
-    int ends[2];
-    if (pipe(ends) != 0) return first;
-    const pid_t child = fork();
-    if (child == 0) {
-      close(ends[0]);
-      writeForEver(first, ends[1]);
-    }
-    close(ends[1]);
-    int confirmed = first - 1;
-    int number = 0;
-    for (int i = 0; i < count && read(ends[0], &number, sizeof number) == sizeof number; ++i) confirmed = number;
-    for (const auto end = Clock::now() + delay; Clock::now() < end;) {
-    }
-    kill(child, SIGKILL);
-    while (read(ends[0], &number, sizeof number) == sizeof number) confirmed = number;
-    close(ends[0]);
-    int status = 0;
-    waitpid(child, &status, 0);
-    EXPECT_TRUE(WIFSIGNALED(status));
-    return confirmed;
-  }
-
   void expectKept(int confirmed) {
     EXPECT_EQ(rows("PRAGMA integrity_check"), Rows{"ok"});
     KaleoDatabase database = makeDatabase();
@@ -107,7 +79,8 @@ TEST_F(KaleoDataStoreKillTest, NoConfirmedWriteIsLostToAKill) {
   const int kills = killsAskedFor();
   int confirmed = 0;
   for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
-    confirmed = killAfter(static_cast<int>(chance() % 10), std::chrono::microseconds(chance() % 3000), confirmed + 1);
+    const auto program = [this, first = confirmed + 1](int confirmations) { writeForEver(first, confirmations); };
+    confirmed = lastConfirmedBeforeKill(program, chance, confirmed);
     expectKept(confirmed);
     EXPECT_EQ(host.log->messages(1), std::vector<std::string>{});
     host.log->clear();

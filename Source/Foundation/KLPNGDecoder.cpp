@@ -86,7 +86,9 @@ class Decoding {
   bool run() {
     constexpr int kFlags = SPNG_DECODE_TRNS | SPNG_DECODE_PROGRESSIVE;
     if (spng_decode_image(context_, nullptr, 0, SPNG_FMT_RGBA8, kFlags) != SPNG_OK) return false;
-    return interlaced_ ? readPasses() : readRows();
+    if (!(interlaced_ ? readPasses() : readRows())) return false;
+    // The checksum of the last pixels is only looked at on the way to what stands after them.
+    return !whole_ || spng_decode_chunks(context_) != SPNG_ECHUNK_CRC;
   }
 
   /// Whether all of the picture came.

@@ -103,23 +103,6 @@ TEST_F(KLPopupModelTest, ElementsHaveTheActionsOfTheirPlatformInOrder) {
   EXPECT_TRUE(model(R"({"template": {"type": "button", "action": [{"id": "1"}]}})").element->actions.empty());
 }
 
-struct FixedHeight : KLTextMeasurer {
-  explicit FixedHeight(double given) : height(given) {}
-  KLSize measure(const KLAttributedText&, double) const override { return {10, height}; }
-  double height;
-};
-
-TEST_F(KLPopupModelTest, ATextsHeightIsRoundedToSinglePrecisionAndThenUp) {
-  const auto heightOf = [this](double measured) {
-    const auto read = model(R"({"template": {"type": "label", "layout": {}, "properties": {"text": "x", "font": "20"}}})");
-    read.element->layoutWithContainerWidth(100, FixedHeight(measured));
-    return read.element->frame().height;
-  };
-  EXPECT_EQ(heightOf(24.0000001), 28);
-  EXPECT_EQ(heightOf(24.1), 29);
-  EXPECT_EQ(heightOf(24), 28);
-}
-
 TEST_F(KLPopupModelTest, DepthIsLimited) {
   std::string nested = R"({"type": "column"})";
   for (int level = 1; level < 200; ++level) nested = R"({"type": "column", "subviews": [)" + nested + ", {}]}";

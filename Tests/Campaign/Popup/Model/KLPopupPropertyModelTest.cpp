@@ -37,25 +37,6 @@ TEST_F(KLPopupPropertyModelTest, ValuesAreFoundUnlessMissingOrNull) {
   EXPECT_EQ(dictionary_valueForKey(&text, "a"), nullptr);
 }
 
-TEST_F(KLPopupPropertyModelTest, LengthsScaleRoundUpAndKeepTheirOddOne) {
-  EXPECT_EQ(length(R"({"v": "16"})"), 16);
-  EXPECT_EQ(length(R"({"v": "16px"})"), 16);
-  EXPECT_EQ(length(R"({"v": "1"})"), 0.99999999999999);
-  EXPECT_EQ(length(R"({"v": "1.0"})"), 0.99999999999999);
-  EXPECT_EQ(length(R"({"v": "1px"})"), 1);
-  EXPECT_EQ(length(R"({"v": "-2.5px"})"), -2);
-  EXPECT_EQ(length(R"({"v": "-2.5"})"), -2.5);
-  EXPECT_EQ(length(R"({"v": "16PX"})"), 16);
-  EXPECT_EQ(length(R"({"v": "px"})"), 0);
-  EXPECT_EQ(length(R"({})"), 0);
-  screen.setSize({896, 414});
-  EXPECT_EQ(length(R"({"v": "16px"})"), 18);
-  EXPECT_EQ(length(R"({"v": "16"})"), 16);
-  EXPECT_EQ(length(R"({"v": "1px"})"), 2);
-  EXPECT_EQ(length(R"({"v": "375px"})"), 414) << "multiplied before it is divided, or it were 415";
-  EXPECT_TRUE(host.log->lines().empty());
-}
-
 TEST_F(KLPopupPropertyModelTest, LengthsStayFinite) {
   EXPECT_EQ(length(R"({"v": "1e999"})"), kKLPopupMaxLength);
   EXPECT_EQ(length(R"({"v": "-1e999px"})"), -kKLPopupMaxLength);

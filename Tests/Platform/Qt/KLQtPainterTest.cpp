@@ -20,20 +20,6 @@ class KLQtPainterTest : public QtStage {
   }
 };
 
-TEST_F(KLQtPainterTest, FillsTheBackgroundAndKeepsTheBorderInside) {
-  KLView& view = add(Kind::Plain, {20, 30, 100, 60});
-  view.backgroundColor = kGreen;
-  view.borderWidth = 4;
-  view.borderColor = kRed;
-  const QImage seen = picture();
-  expectColor(at(seen, 70, 60), Qt::green);
-  for (const auto& [x, y] : {std::pair{20.0, 60.0}, {23.9, 60.0}, {119.9, 60.0}, {70.0, 30.0}, {70.0, 89.9}})
-    expectColor(at(seen, x, y), Qt::red);
-  for (const auto& [x, y] : {std::pair{19.0, 60.0}, {121.0, 60.0}, {70.0, 29.0}, {70.0, 91.0}})
-    expectColor(at(seen, x, y), Qt::white);
-  expectColor(at(seen, 24.9, 60), Qt::green);
-}
-
 TEST_F(KLQtPainterTest, DrawsSharpEdgesWhateverTheFraction) {
   for (const double offset : {0.0, 0.25, 0.4, 0.5, 0.77}) {
     KLView& view = add(Kind::Plain, {20 + offset, 30 + offset, 50.3, 40.6});
@@ -45,30 +31,6 @@ TEST_F(KLQtPainterTest, DrawsSharpEdgesWhateverTheFraction) {
     }
     view.removeFromSuperview();
   }
-}
-
-TEST_F(KLQtPainterTest, ClipsToRoundCornersAtAnyDepth) {
-  KLView& card = add(Kind::Plain, {50, 50, 200, 200});
-  card.clipsToBounds = true;
-  card.cornerRadius = 40;
-  card.backgroundColor = kGreen;
-  KLView& middle = add(card, Kind::Plain, {-10, -10, 220, 220});
-  KLView& deep = add(middle, Kind::Plain, {0, 0, 300, 300});
-  deep.backgroundColor = kBlue;
-  KLView& clipped = add(deep, Kind::Plain, {100, 100, 60, 60});
-  clipped.clipsToBounds = true;
-  clipped.cornerRadius = 30;
-  add(clipped, Kind::Plain, {0, 0, 60, 60}).backgroundColor = kRed;
-  const QImage seen = picture();
-  for (const auto& [x, y] : {std::pair{51.0, 51.0}, {248.0, 51.0}, {51.0, 248.0}, {248.0, 248.0}, {260.0, 150.0}})
-    expectColor(at(seen, x, y), Qt::white);
-  expectColor(at(seen, 150, 51), Qt::blue);
-  expectColor(at(seen, 65, 65), Qt::blue);
-  expectColor(at(seen, 170, 170), Qt::red);
-  expectColor(at(seen, 142, 142), Qt::blue);
-  bool smooth = false;  // some pixel of the arc is neither the one nor the other
-  for (int x = 50; x < 90; ++x) smooth |= at(seen, x, 55).red() > 20 && at(seen, x, 55).red() < 235;
-  EXPECT_TRUE(smooth);
 }
 
 TEST_F(KLQtPainterTest, RoundsBackgroundAndBorderWithoutClippingWhatLiesInside) {
@@ -83,17 +45,6 @@ TEST_F(KLQtPainterTest, RoundsBackgroundAndBorderWithoutClippingWhatLiesInside) 
   expectColor(at(seen, 100, 50.5), Qt::red);
   expectColor(at(seen, 35, 100), Qt::blue);
   expectColor(at(seen, 100, 100), Qt::green);
-}
-
-TEST_F(KLQtPainterTest, DrawsAPicturePixelByPixelWhereItFits) {
-  const double scale = host->devicePixelRatioF();
-  const auto checks = checkerboard(40, 40);
-  add(Kind::ImageView, {60, 60, 40 / scale, 40 / scale}).image = checks;
-  const QImage seen = picture();
-  const int left = qRound(60 * scale);
-  for (int y = 0; y < 40; ++y) {
-    for (int x = 0; x < 40; ++x) ASSERT_EQ(seen.pixelColor(left + x, left + y).red(), (x + y) % 2 ? 255 : 0) << x << "," << y;
-  }
 }
 
 TEST_F(KLQtPainterTest, ShrinksAndStretchesPicturesOverTheBounds) {

@@ -25,8 +25,8 @@ class KLPopupElementModel;
 ///  `currentFrame`); 4. `text` (see below); 5. subviews, in order; 6. the border, inside the bounds.
 /// With `clipsToBounds` all of it, subviews at any depth included, is clipped to the bounds rounded by `cornerRadius`; without it
 /// the radius still rounds background and border.
-/// Text: a Label and a TextView lay their text out from the top left, at the view's width; a Label is clipped to its bounds and
-/// centred vertically, a TextView shows it from `contentOffsetY` on; a Button centres its text both ways on one line.
+/// Text: a Label and a TextView lay their text out from the top left, at the view's width; a Label centres it vertically and cuts
+/// it at its bounds, but for letters' overhang; a TextView shows it from `contentOffsetY` on; a Button centres it on one line.
 /// `alpha` and `transform` apply to the view with all its subviews as one picture; the transform is about the frame's centre.
 ///
 /// Threads: main thread only. Ownership: a view owns its subviews.

@@ -59,6 +59,15 @@ void paintScrollIndicator(QPainter& painter, const KLView& view) {
   painter.fillPath(qt::rounded(thumb, kIndicatorWidth / 2), kIndicatorColor);
 }
 
+/// Where a view's text may be seen: a label's edge does not cut the letters that reach beyond their line, as those of some scripts
+/// do.
+QRectF textClip(const KLView& view) {
+  constexpr double kOverhang = 0.25;  // of the font size
+  const bool isOpen = view.kind() == KLView::Kind::Label && view.text->fontSize > 0;
+  const double overhang = isOpen ? kOverhang * std::min(view.text->fontSize, view.frame.height) : 0;
+  return qt::boundsOf(view).adjusted(0, -overhang, 0, overhang);
+}
+
 /// Where a text's top left lies in its view.
 QPointF textOrigin(const KLView& view, QSizeF textSize) {
   if (view.kind() == KLView::Kind::TextView) return {0, -scrollOffset(view)};
@@ -177,11 +186,11 @@ void KLQtPainter::paintImage(QPainter& painter, const std::shared_ptr<const KLIm
 
 void KLQtPainter::paintText(QPainter& painter, const KLView& view) {
   const KLQtTextLayout& layout = layoutOf(view);
-  const QRectF bounds = qt::boundsOf(view);
+  const QRectF clip = textClip(view);
   painter.save();
-  painter.setClipRect(qt::aligned(painter.transform(), bounds), Qt::IntersectClip);
+  painter.setClipRect(qt::aligned(painter.transform(), clip), Qt::IntersectClip);
   painter.setPen(view.text->color ? qt::colorOf(*view.text->color) : QColor(Qt::black));
-  layout.draw(painter, textOrigin(view, layout.size()), bounds);
+  layout.draw(painter, textOrigin(view, layout.size()), clip);
   painter.restore();
   if (view.kind() == KLView::Kind::TextView) paintScrollIndicator(painter, view);
 }

@@ -3,6 +3,7 @@
 #include <QFontMetricsF>
 #include <QGuiApplication>
 #include <QPainter>
+#include <QStringList>
 #include <QTextOption>
 #include <algorithm>
 #include <cmath>
@@ -27,18 +28,36 @@ double finiteOrZero(double value) { return std::isfinite(value) ? value : 0; }
 
 double withinReason(double spacing) { return std::clamp(finiteOrZero(spacing), -kWidestSpacing, kWidestSpacing); }
 
-QString withLineSeparators(const std::string& utf8) {
+constexpr QChar kParagraphEnd = QLatin1Char('\n');
+
+QString withParagraphEnds(const std::string& utf8) {
   QString text = QString::fromUtf8(utf8.data(), static_cast<qsizetype>(utf8.size())).left(kLongestText);
-  text.replace(QStringLiteral("\r\n"), QChar(QChar::LineSeparator));
-  text.replace(QLatin1Char('\n'), QChar::LineSeparator);
-  text.replace(QLatin1Char('\r'), QChar::LineSeparator);
-  text.replace(QChar(QChar::ParagraphSeparator), QChar(QChar::LineSeparator));
+  text.replace(QStringLiteral("\r\n"), kParagraphEnd);
+  text.replace(QLatin1Char('\r'), kParagraphEnd);
+  text.replace(QChar(QChar::ParagraphSeparator), kParagraphEnd);
   return text;
 }
 
 QString onOneLine(QString text, const QFont& font, double width) {
+  text.replace(kParagraphEnd, QLatin1Char(' '));
   text.replace(QChar(QChar::LineSeparator), QLatin1Char(' '));
   return QFontMetricsF(font).elidedText(text, Qt::ElideRight, width);
+}
+
+/// The paragraphs of `text`; those that follow each other in the same direction as one, on lines of their own.
+QStringList stretchesOf(const QString& text) {
+  QStringList stretches;
+  bool wasRightToLeft = false;
+  for (const QString& paragraph : text.split(kParagraphEnd)) {
+    const bool isRightToLeft = paragraph.isRightToLeft();
+    if (!stretches.isEmpty() && isRightToLeft == wasRightToLeft) {
+      stretches.back() += QChar(QChar::LineSeparator) + paragraph;
+    } else {
+      stretches += paragraph;
+    }
+    wasRightToLeft = isRightToLeft;
+  }
+  return stretches;
 }
 
 Qt::Alignment alignmentOf(KLTextAlignment alignment) {
@@ -56,6 +75,7 @@ Qt::Alignment alignmentOf(KLTextAlignment alignment) {
 QTextOption optionFor(const KLAttributedText& text, KLQtTextLayout::Lines lines) {
   QTextOption option(lines == KLQtTextLayout::Lines::One ? Qt::AlignHCenter : alignmentOf(text.alignment));
   option.setWrapMode(lines == KLQtTextLayout::Lines::One ? QTextOption::NoWrap : QTextOption::WrapAtWordBoundaryOrAnywhere);
+  option.setTextDirection(Qt::LayoutDirectionAuto);  // the text's, and not the application's
   option.setUseDesignMetrics(true);
   return option;
 }
@@ -84,35 +104,36 @@ KLQtTextLayout::KLQtTextLayout(const KLQtSystemFont& systemFont, const KLAttribu
   QFont font = systemFont.ofSize(pixelSize);
   font.setLetterSpacing(QFont::AbsoluteSpacing, withinReason(text.kerning) / unit_);
   font.setUnderline(text.underline);
-  const QString content = withLineSeparators(text.text);
-  layout_.setText(lines == Lines::One ? onOneLine(content, font, lineWidth) : content);
-  layout_.setFont(font);
-  layout_.setTextOption(optionFor(text, lines));
-  layout_.setCacheEnabled(true);
-  breakLines(lineWidth, withinReason(text.lineSpacing) / unit_);
+  const QString content = withParagraphEnds(text.text);
+  for (const QString& stretch : lines == Lines::One ? QStringList(onOneLine(content, font, lineWidth)) : stretchesOf(content)) {
+    QTextLayout& layout = layouts_.emplace_back(stretch, font);
+    layout.setTextOption(optionFor(text, lines));
+    layout.setCacheEnabled(true);
+    breakLines(layout, lineWidth, withinReason(text.lineSpacing) / unit_);
+  }
 }
 
-void KLQtTextLayout::breakLines(double width, double lineSpacing) {
-  double top = 0;
-  layout_.beginLayout();
-  for (QTextLine line = layout_.createLine(); line.isValid(); line = layout_.createLine()) {
-    if (line.lineNumber() > 0) top += lineSpacing;
+void KLQtTextLayout::breakLines(QTextLayout& layout, double width, double lineSpacing) {
+  double bottom = size_.height() / unit_;
+  layout.beginLayout();
+  for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+    if (line.lineNumber() > 0 || &layout != &layouts_.front()) bottom += lineSpacing;
     line.setLeadingIncluded(true);
     line.setLineWidth(width);
-    line.setPosition({0, top});
-    top += line.ascent() + line.descent() + line.leading();  // its height() would be rounded up
+    line.setPosition({0, bottom});
+    bottom += line.ascent() + line.descent() + line.leading();  // its height() would be rounded up
     size_.rwidth() = std::max(size_.width(), line.naturalTextWidth() * unit_);
   }
-  layout_.endLayout();
-  size_.setHeight(top * unit_);
+  layout.endLayout();
+  size_.setHeight(bottom * unit_);
 }
 
 void KLQtTextLayout::draw(QPainter& painter, QPointF origin, const QRectF& visible) const {
-  if (layout_.lineCount() == 0) return;
   painter.save();
   painter.translate(origin);
   painter.scale(unit_, unit_);
-  layout_.draw(&painter, {0, 0}, {}, QRectF((visible.topLeft() - origin) / unit_, visible.size() / unit_));
+  const QRectF clip((visible.topLeft() - origin) / unit_, visible.size() / unit_);
+  for (const QTextLayout& layout : layouts_) layout.draw(&painter, {0, 0}, {}, clip);
   painter.restore();
 }
 

@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QTextLayout>
+#include <deque>
 
 #include "kaleo/KLAttributedText.h"
 
@@ -25,7 +26,8 @@ class KLQtSystemFont {
 /// One text broken into lines. The only place where text is laid out: what was measured is what is drawn.
 ///
 /// Lines break between words, anywhere between Chinese characters as Unicode's rules allow (UAX #14), and inside of a word that is
-/// wider than the line. Font sizes are in points = device independent pixels, fractions allowed. A text without a size (next to
+/// wider than the line. A line feed ends a paragraph, and each paragraph runs in the direction of its first letter (UAX #9,
+/// rules P2 and P3). Font sizes are in points = device independent pixels, fractions allowed. A text without a size (next to
 /// nothing, not a number) has no lines. Threads: a layout is used by one thread at a time; different layouts are independent.
 class KLQtTextLayout {
  public:
@@ -43,10 +45,11 @@ class KLQtTextLayout {
   void draw(QPainter& painter, QPointF origin, const QRectF& visible) const;
 
  private:
-  void breakLines(double width, double lineSpacing);
+  /// Puts the lines of `layout`, the last one, below what is there.
+  void breakLines(QTextLayout& layout, double width, double lineSpacing);
 
-  /// In units of `unit_`, in which the font's size is a whole number.
-  QTextLayout layout_;
+  /// Of paragraphs next to each other in the same direction; in units of `unit_`, in which the font's size is a whole number.
+  std::deque<QTextLayout> layouts_;
   double unit_ = 1;  ///< in points
   QSizeF size_{0, 0};
 };

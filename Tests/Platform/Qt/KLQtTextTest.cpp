@@ -30,13 +30,6 @@ class KLQtTextTest : public QtStage {
     }
     return ink;
   }
-  static qint64 inkAmount(const QImage& image) {
-    qint64 amount = 0;
-    for (int y = 0; y < image.height(); ++y) {
-      for (int x = 0; x < image.width(); ++x) amount += 255 - image.pixelColor(x, y).lightness();
-    }
-    return amount;
-  }
   QImage pictureOf(KLView& view) {
     const QImage seen = picture();
     view.removeFromSuperview();
@@ -54,35 +47,6 @@ TEST_F(KLQtTextTest, KeepsTheSizesOfTextsThatDifferApart) {
   EXPECT_NE(measure(kLatin, 16, 300).height, plain.height);
   for (int other = 0; other < 1000; ++other) measure(std::to_string(other), 16, 100);
   EXPECT_EQ(measure(kLatin, 16, 173), plain);
-}
-
-TEST_F(KLQtTextTest, DrawsEveryLineInsideOfWhatItMeasured) {
-  showAll();
-  for (const std::string& text : {kLatin, kChinese, kMixed}) {
-    for (const double fontSize : {11.0, 13.5, 16.0, 24.0}) {
-      for (const double width : {90.0, 173.0, 260.5, 380.0}) {
-        const KLSize size = measure(text, fontSize, width);
-        if (size.height > 280) continue;
-        SCOPED_TRACE(text + " size " + std::to_string(fontSize) + " width " + std::to_string(width));
-        const double top = 10;
-        KLView& label = add(Kind::Label, {10, top, width, std::ceil(size.height) + 4});
-        label.text = textOf(text, fontSize);
-        const QImage tight = pictureOf(label);
-        KLView& roomy = add(Kind::TextView, {10, top, width, 290});
-        roomy.text = textOf(text, fontSize);
-        const QImage loose = pictureOf(roomy);
-        const double scale = tight.devicePixelRatio();
-        const QRect ink = inkOf(tight);
-        ASSERT_FALSE(ink.isEmpty());
-        EXPECT_GE(ink.top() + 1, int(top * scale));
-        EXPECT_LE(ink.bottom(), std::ceil((top + size.height + 4) * scale));
-        EXPECT_LE(ink.right(), std::ceil((10 + size.width) * scale) + 1);
-        EXPECT_LE(size.width, width + 1.1) << "the kerning after the last letter may hang over";
-        // Nothing is cut: the same ink as with all the room below.
-        EXPECT_NEAR(double(inkAmount(tight)), double(inkAmount(loose)), 0.02 * double(inkAmount(loose)));
-      }
-    }
-  }
 }
 
 TEST_F(KLQtTextTest, BreaksBetweenWordsAndAnywhereInChinese) {

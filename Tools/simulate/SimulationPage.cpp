@@ -56,7 +56,8 @@ void SimulationPage::tracked(std::uint64_t line, const SimulationResult& result)
   if (hours_.empty()) from_ = result.at;
   to_ = result.at;
   count(result.at, result.verdicts);
-  if (decisions_.size() < kMaxDecisions) {
+  if (decisions_.size() < kMaxDecisions && verdicts_ < kMaxVerdicts) {
+    verdicts_ += result.verdicts.size();
     KLValue::Array verdicts;
     for (const PlanVerdict& verdict : result.verdicts) {
       verdicts.emplace_back(KLValue::Array{verdict.planKey, static_cast<int>(verdict.verdict)});

@@ -17,6 +17,8 @@ class SimulationPage {
  public:
   /// The first so many are kept; the page says when there were more. Counts are of all.
   static constexpr std::size_t kMaxDecisions = 20000, kMaxPopups = 5000;
+  /// So many verdicts on single plans are listed, which keeps the page within some ten megabytes.
+  static constexpr std::size_t kMaxVerdicts = 500000;
 
   /// After the event of input line `line`; `result` carries verdicts and windows.
   void tracked(std::uint64_t line, const SimulationResult& result);
@@ -34,7 +36,8 @@ class SimulationPage {
   void count(double at, const std::vector<PlanVerdict>& verdicts);
 
   KLValue::Array decisions_, popups_;
-  std::vector<Hour> hours_;  ///< those with events, in order
+  std::vector<Hour> hours_;   ///< those with events, in order
+  std::size_t verdicts_ = 0;  ///< within decisions_
   double from_ = 0, to_ = 0;
 };
 

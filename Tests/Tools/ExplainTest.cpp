@@ -152,7 +152,7 @@ TEST_F(ExplainTest, TheStoryIsLimitedToATimeAndAUser) {
   }
   arguments.since = "yesterday";
   EXPECT_EQ(run(), kCannotRead);
-  EXPECT_THAT(err.str(), HasSubstr("give a time such as"));
+  EXPECT_THAT(err.str(), HasSubstr("give one such as"));
   arguments.since.clear();
   arguments.user = "alice";
   EXPECT_EQ(run(), kRead);

@@ -82,9 +82,9 @@ TEST_F(PreviewTest, SaysWhereAFaultIs) {
               HasSubstr("faulty.json: in \"content\":2:13: expected a value"));
   EXPECT_THAT(faultOf(R"({"template": []})"), HasSubstr("\"template\" is an object"));
   EXPECT_THAT(faultOf(R"({"cname": "no layout"})"), HasSubstr("there is no layout in here"));
-  EXPECT_THAT(faultOf(R"({"layout": "gone.json"})"), HasSubstr("gone.json: there is no such file"));
+  EXPECT_THAT(faultOf(R"({"layout": "gone.json"})"), HasSubstr("gone.json: cannot be read: No such file"));
   EXPECT_EQ(frames(directory_ / "nowhere.json"), kCannotPreview);
-  EXPECT_THAT(err_.str(), HasSubstr("nowhere.json: there is no such file"));
+  EXPECT_THAT(err_.str(), HasSubstr("nowhere.json: cannot be read: No such file"));
 }
 
 TEST_F(PreviewTest, TellsWhatTheLibraryLogs) {

@@ -1,18 +1,20 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "Command.h"
+#include "Foundation/KLSystem.h"
 #include "check/CheckReport.h"
 #include "check/Checker.h"
+#include "files/FileReading.h"
+#include "options/CommonOptions.h"
 #include "text/TerminalText.h"
+#include "text/TimeText.h"
 
 namespace kaleo::tools {
 namespace {
@@ -21,32 +23,30 @@ constexpr int kUnreadable = 3;
 
 struct CheckArguments {
   std::vector<std::string> files;
-  double now = std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+  std::string at;  ///< the time to check for; empty: now
   bool json = false;
   bool codes = false;
 };
 
-std::optional<std::string> textOf(const std::string& file) {
-  if (file == "-") return std::string{std::istreambuf_iterator<char>(std::cin), {}};
-  return readWhole(file);
+int fail(const std::string& reason) {
+  std::cerr << "kaleo check: " << printable(reason) << '\n';
+  return kUnreadable;
 }
 
-int run(const CheckArguments& arguments) {
-  if (arguments.codes) {
-    writeCodes(std::cout);
-    return 0;
-  }
-  if (arguments.files.empty()) {
-    std::cerr << "kaleo check: which file? Give a configuration, a plan, a popup window or a layout; - is standard input.\n";
-    return kUnreadable;
-  }
-  Checker checker(arguments.now);
+int check(const CheckArguments& arguments) {
+  const KLCalendar calendar("", KLWeekday::Monday);
+  const double now = KLSystemClock().now();
+  const auto time = arguments.at.empty() ? std::optional(now) : instantFrom(arguments.at, calendar, now);
+  if (!time) return fail(fmt::format("--at {}: {}", arguments.at, kTimesAre));
+  Checker checker(*time);
   bool allRead = true;
   for (const std::string& file : arguments.files) {
-    if (const auto text = textOf(file)) {
-      checker.check(file == "-" ? "standard input" : file, *text);
+    std::string error;
+    const bool isStandardInput = file == kStandardInput;
+    if (const auto text = readText(isStandardInput ? "/dev/stdin" : file, error)) {
+      checker.check(isStandardInput ? "standard input" : file, *text);
     } else {
-      std::cerr << fmt::format("kaleo check: {} cannot be read\n", file);
+      fail(fmt::format("{} {}", file, error));
       allRead = false;
     }
   }
@@ -59,6 +59,12 @@ int run(const CheckArguments& arguments) {
   return allRead ? exitStatus(findings) : kUnreadable;
 }
 
+int run(const CheckArguments& arguments) {
+  if (!arguments.codes) return check(arguments);
+  writeCodes(std::cout);
+  return 0;
+}
+
 }  // namespace
 
 Command checkCommand(CLI::App& kaleo) {
@@ -66,13 +72,17 @@ Command checkCommand(CLI::App& kaleo) {
   CLI::App* app = kaleo.add_subcommand("check",
                                        "Looks through configurations and layouts before they go live, for what the library reads "
                                        "differently from what was likely meant.");
-  app->add_option("files", arguments->files,
-                  "Configurations, plans, popup windows or layouts; - is standard input. Layouts that they name are checked, too")
-      ->type_name("CONFIG.json");
-  app->add_flag("--json", arguments->json, "Prints the findings as one JSON document");
-  app->add_option("--at", arguments->now, "The present, in seconds since 1970, for times of expiry; default: now")
-      ->type_name("SECONDS");
-  app->add_flag("--codes", arguments->codes, "Prints all codes, as Markdown, and ends");
+  CLI::Option* const files = app->add_option(
+      "FILE", arguments->files,
+      "Configurations, plans, popup windows or layouts; - is standard input. Layouts that they name are checked, too");
+  files->type_name("");
+  app->add_option("--at", arguments->at, "The time of going live, such as 2026-11-21 or \"2026-11-21 18:00\"; default: now")
+      ->type_name("TIME");
+  addJSON(*app, arguments->json, "Prints the findings as one JSON document for programs");
+  CLI::Option* const codes = app->add_flag("--codes", arguments->codes, "Prints all codes, as Markdown, and ends")->excludes(files);
+  app->callback([files, codes] {
+    if (files->empty() && codes->empty()) throw CLI::RequiredError("FILE (a configuration, a plan, a popup window or a layout)");
+  });
   app->footer("Exit status: 0, or 1 when there are warnings, 2 when there are errors, 3 when a file cannot be read.");
   return {app, [arguments] { return run(*arguments); }};
 }

@@ -6,12 +6,11 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 
 #include "Foundation/KLDescriptor.h"
 #include "Foundation/KLFile.h"
+#include "files/FileReading.h"
 
 namespace kaleo::tools {
 namespace {
@@ -62,18 +61,6 @@ FileStates statesOf(const fs::path& file) {
   return {FileState(with(file, kSuffixes[0])), FileState(with(file, kSuffixes[1])), FileState(with(file, kSuffixes[2]))};
 }
 
-/// Why `file` cannot be read; "" when it can.
-std::string whyUnreadable(const fs::path& file) {
-  std::error_code error;
-  const fs::file_status status = fs::status(file, error);
-  if (fs::is_directory(status)) return "is a directory";
-  if (fs::exists(status) && !fs::is_regular_file(status)) return "is no regular file";
-  const KLDescriptor opened(::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-  if (!opened) return fmt::format("cannot be read: {}", std::strerror(errno));
-  if (fs::file_size(file, error) > DatabaseCopy::kMaxBytes) return fmt::format("is longer than {} bytes", DatabaseCopy::kMaxBytes);
-  return {};
-}
-
 /// Why the bytes of `file` are no database with something in it; "" when they are.
 std::string whyNoDatabase(const fs::path& file, const KLBytes& bytes) {
   if (isDatabase(bytes)) return {};
@@ -83,7 +70,9 @@ std::string whyNoDatabase(const fs::path& file, const KLBytes& bytes) {
     return fmt::format("is only a companion of a database: give {}, with this file beside it",
                        name.substr(0, name.size() - suffix.size()));
   }
-  return bytes.empty() ? "is empty: nothing was ever written to it" : "is no SQLite database";
+  if (bytes.empty()) return "is empty: nothing was ever written to it";
+  const bool isJSON = bytes.front() == '{' || bytes.front() == '[';
+  return isJSON ? "is JSON, no database: kaleo check looks through configurations and layouts" : "is no SQLite database";
 }
 
 }  // namespace
@@ -111,7 +100,7 @@ std::unique_ptr<DatabaseCopy> DatabaseCopy::take(const fs::path& file, std::stri
 }
 
 bool DatabaseCopy::copy(const fs::path& file, std::string& error) {
-  if (error = whyUnreadable(file); !error.empty()) return false;
+  if (error = whyUnreadable(file, kMaxBytes); !error.empty()) return false;
   for (int i = 0; i < kTries; ++i) {
     const FileStates before = statesOf(file);
     const KLBytes log = headerOf(with(file, kLogSuffix), kLogHeaderBytes);
@@ -136,7 +125,7 @@ bool DatabaseCopy::copyPart(const fs::path& file, const char* suffix, std::strin
   if (isCompanion && !KLFile::exists(from)) return true;
   const auto bytes = KLFile::read(from, kMaxBytes);
   if (!bytes) {
-    const std::string reason = whyUnreadable(from);
+    const std::string reason = whyUnreadable(from, kMaxBytes);
     if (isCompanion && !KLFile::exists(from)) return true;  // it went away just now, which is seen afterwards
     error = isCompanion ? fmt::format("has a companion, {}, which {}", from.filename().string(), reason) : reason;
     return false;

@@ -31,7 +31,6 @@ int show(const ReadingArguments& arguments, const ReadingOutput& output, StoredS
   const KLPlanTime time{clock, monday, sunday};
   const Inspection inspection{arguments.file, std::move(state), std::move(remarks), time};
   output.out << (arguments.json ? inspectionJSON(inspection) : inspectionText(inspection, output.coloured));
-  if (!output.out.flush()) return fail(output, "the output cannot be written");
   return inspection.state.faults.any() ? kPartlyRead : kRead;
 }
 

@@ -1,5 +1,6 @@
 #include "json/JSONFault.h"
 
+#include <algorithm>
 #include <cctype>
 
 #include "Foundation/KLJSON.h"
@@ -30,6 +31,47 @@ std::size_t sequenceLength(std::string_view text) {
   return overlong || outside ? 0 : length;
 }
 
+/// What is usually meant by `rest`, which does not go on as JSON does, as the end of a sentence; "" where nothing is clear.
+std::string_view likelyMistake(std::string_view rest) {
+  struct Mistake {
+    std::string_view beginning, words;
+  };
+  static constexpr Mistake kMistakes[] = {
+      {"//", ": JSON has no comments"},
+      {"/*", ": JSON has no comments"},
+      {"#", ": JSON has no comments"},
+      {"'", ": texts stand in double quotes"},
+      {"`", ": texts stand in double quotes"},
+      {"\u201C", ": texts stand in straight double quotes"},
+      {"\u201D", ": texts stand in straight double quotes"},
+      {"\u2018", ": texts stand in straight double quotes"},
+      {"True", ": write true in small letters"},
+      {"False", ": write false in small letters"},
+      {"None", ": write null"},
+      {"NaN", ": write null"},
+      {"undefined", ": write null"},
+      {"+", ": a number begins with a digit or '-'"},
+      {".", ": a number begins with a digit or '-'"},
+  };
+  for (const Mistake& mistake : kMistakes) {
+    if (rest.starts_with(mistake.beginning)) return mistake.words;
+  }
+  return "";
+}
+
+/// What a file of another kind is, which somebody took for JSON; "" when `text` may have been meant as JSON.
+std::string_view otherKind(std::string_view text) {
+  if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF") || text.substr(0, 2).find('\0') != text.npos) {
+    return "this is UTF-16, or no text at all; save the file as UTF-8";
+  }
+  if (text.starts_with("SQLite format 3")) return "this is an SQLite database; kaleo inspect and kaleo explain read those";
+  if (text.starts_with("\x89PNG") || text.starts_with("\xFF\xD8\xFF") || text.starts_with("GIF8")) return "this is a picture";
+  const auto first = text.find_first_not_of(" \t\r\n");
+  if (first == text.npos) return "expected a value, but the text is empty";
+  if (text[first] == '<') return "this is HTML or XML, perhaps the page of an error that was saved under this name";
+  return "";
+}
+
 /// Walks a document until the end or the first fault. Every step answers false at a fault and leaves position_ on it.
 class Scanner {
  public:
@@ -39,7 +81,7 @@ class Scanner {
     skipBlanks();
     if (!value(0)) return false;
     skipBlanks();
-    return atEnd() || fail("expected the end of the document");
+    return atEnd() || failAt("expected the end of the document");
   }
 
   std::size_t position() const { return position_; }
@@ -79,8 +121,15 @@ class Scanner {
       case 'n':
         return word("null");
       default:
-        return peek() == '-' || isDigit(peek()) ? number() : fail("expected a value");
+        return peek() == '-' || isDigit(peek()) ? number() : failAt("expected a value");
     }
+  }
+
+  bool failAt(std::string expected) {
+    const auto last = text_.substr(0, position_).find_last_not_of(" \t\r\n");
+    const bool isAfterComma = last != text_.npos && text_[last] == ',';
+    if (isAfterComma && (peek() == '}' || peek() == ']')) return fail(expected + ": the last comma is one too many");
+    return fail(expected + std::string(likelyMistake(text_.substr(std::min(position_, text_.size())))));
   }
 
   bool object(std::size_t depth) {
@@ -89,15 +138,15 @@ class Scanner {
     if (accept('}')) return true;
     do {
       skipBlanks();
-      if (peek() != '"') return fail("expected a member's name in double quotes");
+      if (peek() != '"') return failAt("expected a member's name in double quotes");
       if (!string()) return false;
       skipBlanks();
-      if (!accept(':')) return fail("expected ':' after a member's name");
+      if (!accept(':')) return failAt("expected ':' after a member's name");
       skipBlanks();
       if (!value(depth + 1)) return false;
       skipBlanks();
     } while (accept(','));
-    return accept('}') || fail("expected ',' or '}'");
+    return accept('}') || failAt("expected ',' or '}'");
   }
 
   bool array(std::size_t depth) {
@@ -109,11 +158,11 @@ class Scanner {
       if (!value(depth + 1)) return false;
       skipBlanks();
     } while (accept(','));
-    return accept(']') || fail("expected ',' or ']'");
+    return accept(']') || failAt("expected ',' or ']'");
   }
 
   bool word(std::string_view expected) {
-    if (text_.substr(position_, expected.size()) != expected) return fail("expected a value");
+    if (text_.substr(position_, expected.size()) != expected) return failAt("expected a value");
     position_ += expected.size();
     return true;
   }
@@ -187,6 +236,8 @@ JSONFault faultAt(std::string_view text, std::size_t position, std::string messa
 
 std::optional<JSONFault> findJSONFault(std::string_view text) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
+  if (const auto kind = otherKind(text); !kind.empty()) return JSONFault{1, 1, std::string(kind)};
+  if (text.size() > KLJSON::kMaxBytes) return JSONFault{1, 1, "longer than " + std::to_string(KLJSON::kMaxBytes) + " bytes"};
   Scanner scanner(text);
   if (scanner.document()) return std::nullopt;
   return faultAt(text, scanner.position(), scanner.message());

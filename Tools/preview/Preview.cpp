@@ -7,6 +7,11 @@
 namespace kaleo::tools {
 
 int preview(const PreviewArguments& arguments, const PreviewOutput& output) {
+  std::error_code ignored;
+  if (!arguments.out.empty() && std::filesystem::equivalent(arguments.file, arguments.out, ignored)) {
+    output.err << "kaleo preview: --out " << arguments.out.string() << " would write over the layout itself\n";
+    return kCannotPreview;
+  }
   if (!arguments.frames || !arguments.fixedMetrics || !arguments.out.empty()) return previewWithFonts(arguments, output);
   try {
     const PreviewHost host([&](const std::string& message) { output.err << message << "\n"; });

@@ -18,6 +18,6 @@ struct PreviewArguments {
 
 /// The exit statuses.
 inline constexpr int kPreviewed = 0;
-inline constexpr int kCannotPreview = 1;
+inline constexpr int kCannotPreview = 2;
 
 }  // namespace kaleo::tools

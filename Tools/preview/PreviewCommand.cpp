@@ -34,14 +34,18 @@ Command previewCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<PreviewArguments>();
   CLI::App* app = kaleo.add_subcommand(
       "preview", "Shows a popup's layout in a window that follows the file, or writes a picture of it, or prints its frames.");
-  app->add_option("LAYOUT", arguments->file, "JSON file: a layout, a whole plan, or a popup window answer")->required();
+  app->add_option("LAYOUT", arguments->file, "JSON file: a layout, a whole plan, or a popup window answer")
+      ->type_name("")
+      ->required();
   app->add_option("--out", arguments->out, "Writes a picture (PNG) instead of opening a window")->type_name("FILE.png");
   app->add_option_function<std::string>(
          "--screen", [arguments](const std::string& text) { arguments->screen = sizeFrom(text).value_or(KLSize{}); },
          "The screen's size in points; default: 375x812")
       ->check(screenSize())
       ->type_name("WxH");
-  app->add_option("--scale", arguments->scale, "Pixels a point")->check(CLI::Range(0.1, kMostScale))->capture_default_str();
+  app->add_option("--scale", arguments->scale, "Pixels a point; default: 1")
+      ->check(CLI::Range(0.1, kMostScale))
+      ->type_name("SCALE");
   app->add_flag("--frames", arguments->frames, "Prints the frames, one JSON object a line, instead of opening a window");
   app->add_option_function<std::string>(
          "--metrics", [arguments](const std::string&) { arguments->fixedMetrics = true; },
@@ -53,7 +57,7 @@ Command previewCommand(CLI::App& kaleo) {
       R"(Pictures are read from paths (relative to the layout's file), file: URLs, and http(s) URLs. "{{base}}" stands for the
 directory that kaleo serve would serve. The window shows the popup anew when the layout or one of its pictures is saved;
 faults in the JSON and pictures that do not come are shown in it and on standard error.
-Exit status: 0, 1 when there is nothing to show (see standard error).)");
+Exit status: 0, 2 when there is nothing to show (see standard error).)");
   return {app, [arguments] { return preview(*arguments, {std::cout, std::cerr}); }};
 }
 

@@ -6,6 +6,7 @@
 
 #include "Foundation/KLFile.h"
 #include "Foundation/KLJSON.h"
+#include "files/FileReading.h"
 #include "json/JSONFault.h"
 #include "preview/PictureReferences.h"
 #include "serve/PopupDocuments.h"
@@ -49,9 +50,10 @@ class Reader {
 
   KLValue parseFile(const fs::path& file) {
     files_.push_back(fs::absolute(file));
-    const auto bytes = KLFile::read(file);
-    if (!bytes) fail(file.string(), "there is no such file, or it cannot be read");
-    return parse(std::string(bytes->begin(), bytes->end()), file.string());
+    std::string error;
+    const auto text = readText(file, error);
+    if (!text) fail(file.string(), error);
+    return parse(*text, file.string());
   }
 
   KLValue parse(const std::string& text, const std::string& name) const {

@@ -1,3 +1,5 @@
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <fstream>
 #include <memory>
@@ -10,7 +12,7 @@
 namespace kaleo::tools {
 namespace {
 
-constexpr int kCannotServe = 1;
+constexpr int kCannotServe = 2;
 
 constexpr const char* kManual = R"(Files in DIR, all read anew at each request:
   user_popup_configs.json   the configuration; a plan's popup_window_content may name a "layout" instead of its "content"
@@ -34,7 +36,9 @@ or for one application by its base URL, such as http://127.0.0.1:PORT/?fault_del
   cut        bytes of the body after which the connection is closed
   garbage    true: a body of random-looking bytes
   encrypted  true: a body encrypted under a key that no application has; or 64 hexadecimal digits, salt and vector as an encrypted
-             request begins: under the key of the application that has these)";
+             request begins: under the key of the application that has these
+
+Exit status: 0 after SIGINT or SIGTERM, 2 when nothing can be served.)";
 
 struct Arguments {
   PopupServer::Options server;
@@ -73,13 +77,15 @@ Command serveCommand(CLI::App& kaleo) {
   arguments->server.print = say;
   CLI::App* app = kaleo.add_subcommand("serve", "Serves popup configurations and pictures from plain files; edits count at once.");
   app->add_option("DIR", arguments->server.directory, "Directory with user_popup_configs.json, layouts/ and images/")
-      ->required()
-      ->check(CLI::ExistingDirectory);
-  app->add_option("--host", arguments->server.host, "Address to serve at")->capture_default_str();
-  app->add_option("--port", arguments->server.port, "Port to serve at; 0 takes a free one")
+      ->type_name("")
+      ->required();
+  app->add_option("--host", arguments->server.host, "Address to serve at; default: " + arguments->server.host)
+      ->type_name("ADDRESS");
+  app->add_option("--port", arguments->server.port,
+                  fmt::format("Port to serve at; 0 takes a free one; default: {}", arguments->server.port))
       ->check(CLI::Range(0, 65535))
-      ->capture_default_str();
-  app->add_option("--print-port-file", arguments->portFile, "File to write the port to once it is open");
+      ->type_name("PORT");
+  app->add_option("--print-port-file", arguments->portFile, "File to write the port to once it is open")->type_name("FILE");
   app->footer(kManual);
   return {app, [arguments] { return serve(*arguments); }};
 }

@@ -50,7 +50,7 @@ std::string bashCompletion(const CommandNode& root) {
     if (!choices.empty())
       words += fmt::format("    {}) COMPREPLY=($(compgen -W \"{}\" -- \"$word\")); return ;;\n", command.name, choices);
   }
-  return fmt::format(R"(# Completion of {0} for bash; in zsh: autoload -U bashcompinit && bashcompinit first.
+  return fmt::format(R"(# Completion of {0} for bash.
 _{0}() {{
   local word=${{COMP_WORDS[COMP_CWORD]}} before=${{COMP_WORDS[COMP_CWORD-1]}} options=""
   COMPREPLY=()
@@ -64,7 +64,7 @@ _{0}() {{
     -*) COMPREPLY=($(compgen -W "$options" -- "$word")); return ;;
   esac
   case "${{COMP_WORDS[1]}}" in
-{4}    *) COMPREPLY=($(compgen -f -- "$word")) ;;
+{4}    *) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
   esac
 }}
 complete -o filenames -F _{0} {0}

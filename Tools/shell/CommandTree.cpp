@@ -13,15 +13,19 @@ std::string oneLine(const std::string& text) {
   return line;
 }
 
-/// "a" and "b" of a type name such as "TEXT:{a,b}".
+std::vector<std::string> partsOf(const std::string& text, char separator) {
+  std::vector<std::string> parts;
+  std::istringstream list(text);
+  for (std::string part; std::getline(list, part, separator);) parts.push_back(part);
+  return parts;
+}
+
+/// "a" and "b" of a type name such as "TEXT:{a,b}" or "a|b".
 std::vector<std::string> choicesIn(const std::string& typeName) {
   const auto open = typeName.find(":{");
   const auto close = typeName.find('}', std::min(open, typeName.size()));
-  if (open == std::string::npos || close == std::string::npos) return {};
-  std::vector<std::string> choices;
-  std::istringstream list(typeName.substr(open + 2, close - open - 2));
-  for (std::string choice; std::getline(list, choice, ',');) choices.push_back(choice);
-  return choices;
+  if (open != std::string::npos && close != std::string::npos) return partsOf(typeName.substr(open + 2, close - open - 2), ',');
+  return typeName.find('|') == std::string::npos ? std::vector<std::string>() : partsOf(typeName, '|');
 }
 
 CommandOption optionOf(const CLI::Option& option) {
@@ -42,6 +46,10 @@ CommandOption optionOf(const CLI::Option& option) {
 }
 
 }  // namespace
+
+bool CommandOption::namesFile() const {
+  return choices.empty() && (isPositional || value == "DIR" || value.find("FILE") != std::string::npos);
+}
 
 CommandNode commandTree(const CLI::App& app) {
   CommandNode node{app.get_name(), oneLine(app.get_description()), app.get_footer(), {}, {}};

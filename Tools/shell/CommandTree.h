@@ -1,6 +1,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,11 @@ struct CommandOption {
   std::string description;         ///< one line
   bool isPositional = false;
   std::vector<std::string> choices;  ///< the only values; empty when any will do
+
+  /// Whether its value is a file or a directory.
+  bool namesFile() const;
+  /// The description's first part, as far as it fits beside a name.
+  std::string summary() const { return description.substr(0, std::min(description.find("; "), description.find(". "))); }
 };
 
 /// A command with its options, taken from the parser, so that help, completion and manual say the same.

@@ -9,12 +9,16 @@
 namespace kaleo::tools {
 
 Command completionCommand(CLI::App& kaleo) {
-  CLI::App* app =
-      kaleo.add_subcommand("completion", "Prints a script that completes kaleo's commands and options in bash and zsh.");
+  auto shell = std::make_shared<std::string>("bash");
+  CLI::App* app = kaleo.add_subcommand("completion", "Prints a script that completes kaleo's commands and options.");
+  app->add_option("SHELL", *shell, "Whose script; default: bash")->check(CLI::IsMember({"bash", "zsh", "fish"}));
   app->footer(
-      "In bash:  source <(kaleo completion)\nIn zsh:   autoload -U bashcompinit && bashcompinit && source <(kaleo completion)");
-  return {app, [&kaleo] {
-            std::cout << bashCompletion(commandTree(kaleo));
+      "In bash:  source <(kaleo completion)\n"
+      "In zsh:   source <(kaleo completion zsh)    after compinit\n"
+      "In fish:  kaleo completion fish | source");
+  return {app, [&kaleo, shell] {
+            const CommandNode root = commandTree(kaleo);
+            std::cout << (*shell == "zsh" ? zshCompletion(root) : *shell == "fish" ? fishCompletion(root) : bashCompletion(root));
             return 0;
           }};
 }

@@ -5,7 +5,9 @@
 #include <memory>
 
 #include "Command.h"
+#include "options/CommonOptions.h"
 #include "simulate/Simulation.h"
+#include "text/TerminalText.h"
 
 namespace kaleo::tools {
 namespace {
@@ -25,7 +27,7 @@ void endOnSignals() {
 int run(const SimulationArguments& arguments) {
   endOnSignals();
   std::ios::sync_with_stdio(false);
-  return simulate(arguments, {std::cout, std::cerr, isatty(STDERR_FILENO) != 0, &received});
+  return simulate(arguments, {std::cout, std::cerr, isatty(STDERR_FILENO) != 0, &received, wantsColour(STDOUT_FILENO)});
 }
 
 }  // namespace
@@ -36,9 +38,11 @@ Command simulateCommand(CLI::App& kaleo) {
       "simulate",
       "Runs recorded events and configurations through the library in virtual time and prints what was decided and why.");
   app->add_option("--events", arguments->events, "File of JSON lines, in the order in which they happened; - is standard input")
+      ->type_name("FILE")
       ->required();
-  app->add_option("--timezone", arguments->timeZone, "IANA name of the time zone, such as Europe/Paris; default: the machine's");
-  app->add_option("--on-screen", arguments->onScreenSeconds, "Seconds that each popup stays on screen")->capture_default_str();
+  addTimeZone(*app, arguments->timeZone);
+  app->add_option("--on-screen", arguments->onScreenSeconds, "How long each popup stays on screen; default: 0")
+      ->type_name("SECONDS");
   app->add_option(
          "--store", arguments->store,
          "File that keeps the state from run to run, unencrypted; what the library keeps in its host's store (the last\n"

@@ -13,6 +13,7 @@
 #include "Foundation/KLCalendar.h"
 #include "Foundation/KLDescriptor.h"
 #include "Foundation/KLJSON.h"
+#include "files/FileReading.h"
 #include "lines/LineReader.h"
 #include "simulate/SimulationPage.h"
 #include "simulate/SimulationProgress.h"
@@ -23,7 +24,6 @@
 namespace kaleo::tools {
 namespace {
 
-constexpr const char* kStandardInput = "-";
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 bool isBlank(std::string_view line) {
@@ -58,7 +58,7 @@ class Run {
           break;
       }
       if (isSignalled()) return interrupt();
-      if (!output_.out) return fail("the output cannot be written");
+      if (!output_.out) return giveUp();
       progress_.handled(line_);
     }
   }
@@ -105,15 +105,21 @@ class Run {
 
   int finish() {
     progress_.clear();
-    if (arguments_.summary) output_.out << summary_.table();
+    if (arguments_.summary) output_.out << summary_.table(output_.coloured);
     output_.out.flush();
     if (isSignalled()) return interrupt();
-    if (!output_.out) return fail("the output cannot be written");
+    if (!output_.out) return giveUp();
     if (!arguments_.report.empty() && !writePage()) return fail(fmt::format("{} cannot be written", arguments_.report.string()));
     std::string error;
     if (simulator_ && !simulator_->close()) return fail("the state cannot be written");
     if (simulator_ && !store_.save(error)) return fail(error);
     return someBad_ ? kSomeLinesBad : kSimulated;
+  }
+
+  /// Without a word: whoever owns the output says what is wrong with it.
+  int giveUp() {
+    progress_.clear();
+    return kCannotSimulate;
   }
 
   int fail(const std::string& reason) {
@@ -154,7 +160,11 @@ int simulate(const SimulationArguments& arguments, const SimulationOutput& outpu
     return fail(output, fmt::format("unknown time zone: {}", arguments.timeZone));
   }
   if (!std::isfinite(arguments.onScreenSeconds) || arguments.onScreenSeconds < 0) {
-    return fail(output, "the time on screen must be a number of seconds, 0 or more");
+    return fail(output, "--on-screen takes a number of seconds, 0 or more");
+  }
+  std::error_code ignored;
+  if (!arguments.report.empty() && std::filesystem::equivalent(arguments.events, arguments.report, ignored)) {
+    return fail(output, fmt::format("--report {} would write over the events themselves", arguments.report.string()));
   }
   const bool isStandardInput = arguments.events == kStandardInput;
   const KLDescriptor file(isStandardInput ? -1 : ::open(arguments.events.c_str(), O_RDONLY | O_CLOEXEC));

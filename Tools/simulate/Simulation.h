@@ -17,13 +17,14 @@ struct SimulationArguments {
   std::filesystem::path report;  ///< file for a page of HTML beside the output; empty: none is made
 };
 
-/// Where it speaks. Lifetime: borrowed.
+/// Where it speaks. An `out` that cannot be written ends the run; the caller says so. Lifetime: borrowed.
 struct SimulationOutput {
   std::ostream& out;
   std::ostream& err;
   bool isTerminal = false;  ///< whether `err` is one: a long run then shows its progress there
   /// Where the number of a signal appears that ends the run early; 0 before. Null: there is none.
   const volatile std::sig_atomic_t* signal = nullptr;
+  bool coloured = false;  ///< whether `out` shows colours
 };
 
 /// The exit statuses.

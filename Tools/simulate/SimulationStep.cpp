@@ -61,7 +61,9 @@ std::optional<SimulationStep> parseSimulationStep(std::string_view text, std::st
   if (!line) return std::nullopt;
   SimulationStep step;
   const KLValue* const at = line->find("at");
-  if (!isNumber(at) || !std::isfinite(at->asDouble())) {
+  if (line->find("popup_plans")) {
+    fault = R"(this is a configuration alone; write it as {"at": SECONDS, "config": {...}} in one line)";
+  } else if (!isNumber(at) || !std::isfinite(at->asDouble())) {
     fault = "\"at\" is no finite number";
   } else {
     step.at = at->asDouble();

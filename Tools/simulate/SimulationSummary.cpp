@@ -3,42 +3,31 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 #include <numeric>
 #include <tuple>
 
 #include "Core/Utils/KLJSONSerialization.h"
+#include "text/Table.h"
 
 namespace kaleo::tools {
 namespace {
 
-using Cells = std::vector<std::string>;
-
-/// Columns to the right edge of their widest cell, two blanks between them; the last one, of free text, to the left.
-std::string aligned(const std::vector<Cells>& lines) {
-  std::vector<std::size_t> widths(lines.front().size(), 0);
-  for (const Cells& cells : lines) {
-    for (std::size_t i = 0; i < cells.size(); ++i) widths[i] = std::max(widths[i], cells[i].size());
-  }
-  std::string text;
-  for (const Cells& cells : lines) {
-    for (std::size_t i = 0; i + 1 < cells.size(); ++i) text += fmt::format("{:>{}}  ", cells[i], widths[i]);
-    text += cells.back();
-    text.erase(text.find_last_not_of(' ') + 1);
-    text += '\n';
-  }
-  return text;
-}
-
-/// A name as a terminal may show it.
-std::string printable(std::string text) {
-  std::ranges::replace_if(
-      text, [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
-  return text;
-}
-
 /// Nothing stands out more than what is not there.
-std::string number(std::uint64_t count) { return count == 0 ? "-" : fmt::format("{}", count); }
+Table::Cell number(std::uint64_t count, Tone tone = Tone::Plain) {
+  return count == 0 ? Table::Cell{"-", Tone::Faint} : Table::Cell{fmt::format("{}", count), tone};
+}
+
+std::vector<Table::Cell> cellsOf(const SimulationSummary::Row& row) {
+  std::vector<Table::Cell> cells{{row.key}, number(row.events())};
+  for (std::size_t i = 0; i < kVerdicts; ++i) {
+    const auto verdict = static_cast<Verdict>(i);
+    cells.push_back(number(row.counts[i], verdict == Verdict::Shown ? Tone::Good : Tone::Plain));
+    if (verdict == Verdict::Pattern) cells.push_back(number(row.matched()));
+  }
+  const std::string name = printable(row.name);
+  cells.push_back({row.leftOut.empty() ? name : fmt::format("{} (left out: {})", name, printable(row.leftOut))});
+  return cells;
+}
 
 }  // namespace
 
@@ -52,7 +41,7 @@ void SimulationSummary::configured(const KLPopupConfig& configuration, const Sim
   for (const auto& plan : configuration.popupPlanModels) {
     Row& row = rows_[plan->planKey()];
     row.key = plan->planKey();
-    row.name = printable(plan->cname.value_or(""));
+    row.name = plan->cname.value_or("");
     row.priority = plan->absolutePriority;
     row.id = plan->planID;
     row.leftOut.clear();
@@ -77,22 +66,17 @@ std::vector<const SimulationSummary::Row*> SimulationSummary::rows() const {
   return rows;
 }
 
-std::string SimulationSummary::table() const {
-  // Two lines of headings: what the columns count, and which check refused.
-  std::vector<Cells> lines{{"", "", "refused:", "display", "convert", "global", "plan", "", "", "global", "re-", "", "", ""},
-                           {"plan", "events", "expired", "time", "window", "interval", "interval", "pattern", "matched", "limit",
-                            "entry", "inhibited", "shown", "name"}};
-  for (const Row* const plan : rows()) {
-    const Row& row = *plan;
-    Cells cells{row.key, number(row.events())};
-    for (std::size_t i = 0; i < kVerdicts; ++i) {
-      cells.push_back(number(row.counts[i]));
-      if (static_cast<Verdict>(i) == Verdict::Pattern) cells.push_back(number(row.matched()));
-    }
-    cells.push_back(row.leftOut.empty() ? row.name : fmt::format("{} (left out: {})", row.name, row.leftOut));
-    lines.push_back(std::move(cells));
+std::string SimulationSummary::table(bool coloured) const {
+  // The headings say what the columns count; of refusals, which check refused.
+  std::vector<Table::Column> columns;
+  for (const char* const heading : {"plan", "events", "refused:\nexpired", "display\ntime", "convert\nwindow", "global\ninterval",
+                                    "plan\ninterval", "pattern", "matched", "global\nlimit", "re-\nentry", "inhibited", "shown"}) {
+    columns.push_back({heading, Table::Side::Right});
   }
-  return aligned(lines) + fmt::format("{} events, {} popups\n", events_, popups_);
+  columns.push_back({"name"});
+  Table table(std::move(columns));
+  for (const Row* const row : rows()) table.add(cellsOf(*row));
+  return table.text(Painter(coloured)) + fmt::format("{} events, {} popups\n", events_, popups_);
 }
 
 }  // namespace kaleo::tools

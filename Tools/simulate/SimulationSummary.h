@@ -17,8 +17,8 @@ class SimulationSummary {
  public:
   /// A plan.
   struct Row {
-    std::string key;  ///< the plan's id in decimal
-    std::string name;
+    std::string key;   ///< the plan's id in decimal
+    std::string name;  ///< as configured
     std::int64_t priority = 0, id = 0;
     std::string leftOut;  ///< why the latest configuration's plan did not run; "" when it did
     std::array<std::uint64_t, kVerdicts> counts{};
@@ -34,7 +34,8 @@ class SimulationSummary {
 
   /// The table: a row for each plan that any configuration had, those of high priority first. Every event that a plan listened to
   /// counts in one column from "expired" to "shown", which follow the order of the checks; "matched" is what passed the pattern.
-  std::string table() const;
+  /// `coloured`: for a terminal.
+  std::string table(bool coloured) const;
   /// The plans in the order of the table. Valid until the next call that counts.
   std::vector<const Row*> rows() const;
   std::uint64_t events() const { return events_; }

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 
@@ -18,6 +19,20 @@ struct Unit {
 };
 constexpr std::array kUnits = {Unit{31557600, "a"}, Unit{86400, "d"}, Unit{3600, "h"}, Unit{kSecondsPerMinute, "min"},
                                Unit{1, "s"}};
+
+/// Seconds of the unit that a length of time ends in; 0 for another letter.
+double secondsIn(char unit) {
+  switch (unit) {
+    case 'm':
+      return 60;
+    case 'h':
+      return 3600;
+    case 'd':
+      return 86400;
+    default:
+      return 0;
+  }
+}
 
 bool isDate(double instant) { return std::fabs(instant) <= kLastInstant && instant != 0; }  // false for NaN
 
@@ -53,6 +68,20 @@ std::string TimeText::length(double seconds) {
     return text;
   }
   return {};
+}
+
+std::optional<double> instantFrom(const std::string& text, const KLCalendar& calendar, double now) {
+  double instant = 0;
+  for (const char* pattern :
+       {"yyyy-MM-dd HH:mm:ss", "yyyy-MM-dd HH:mm", "yyyy-MM-dd'T'HH:mm:ssXXX", "yyyy-MM-dd'T'HH:mm", "yyyy-MM-dd"}) {
+    if (calendar.parseDate(text, pattern, instant)) return instant;
+  }
+  const char* const end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, instant);
+  if (error != std::errc{} || !std::isfinite(instant) || instant < 0) return std::nullopt;
+  if (rest == end) return instant;
+  const double unit = rest + 1 == end ? secondsIn(*rest) : 0;
+  return unit > 0 ? std::optional(now - instant * unit) : std::nullopt;
 }
 
 }  // namespace kaleo::tools

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "Foundation/KLCalendar.h"
@@ -27,6 +28,12 @@ class TimeText {
   const KLCalendar& calendar_;
   const double now_;
 };
+
+/// The instant (seconds since 1970) that `text` means: "2026-11-21", "2026-11-21 18:00" in the calendar's time zone, "90m", "36h"
+/// or "7d" before `now`, or seconds since 1970. Nothing when it means none.
+std::optional<double> instantFrom(const std::string& text, const KLCalendar& calendar, double now);
+/// What to say where it means none.
+inline constexpr const char* kTimesAre = "this is no time; give one such as 2026-11-21, \"2026-11-21 18:00\", 36h or 7d (ago)";
 
 /// A clock that stands at one instant.
 class FixedClock final : public KLClock {

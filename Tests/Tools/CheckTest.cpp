@@ -9,6 +9,7 @@
 #include "Support/TemporaryDirectory.h"
 #include "check/CheckReport.h"
 #include "check/Checker.h"
+#include "files/FileReading.h"
 
 namespace kaleo::tools {
 namespace {
@@ -22,8 +23,8 @@ namespace fs = std::filesystem;
 
 constexpr double kNow = 1790000000;
 
-const char* const kLayout = R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "subviews": [
-  {"type": "label", "properties": {"text": "Hello", "font": "16px"}}]}})";
+const char* const kLayout = R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "layout": {}, "subviews": [
+  {"type": "label", "layout": {}, "properties": {"text": "Hello", "font": "16px"}}]}})";
 
 KLObject parsed(const std::string& json) { return KLJSON::parse(json).value().asObject(); }
 
@@ -89,6 +90,13 @@ TEST(CheckTest, FindsWhatKeepsAPlanFromShowing) {
       {R"({"popup_window_content": {"content": "{}"}})", "no-template at /popup_plans/0/popup_window_content/content#"},
       {R"({"pattern_popups": {}})", "unknown-key at /popup_plans/0/pattern_popups"},
       {R"({"re_enter": {"unit": "MONTH", "value": 200, "limit": 1}})", "endless-re-entry at /popup_plans/0/re_enter"},
+      {R"({"re_enter": {"unit": "DAY", "value": 1}})", "re-entry-without-limit at /popup_plans/0/re_enter"},
+      {R"({"popup_interval": {"unit": "DAY", "value": 7}})", "limit-never-reached at /popup_plans/0/re_enter/limit"},
+      {R"({"popup_interval": {"unit": "DAY", "value": 1.5}})", "not-a-number at /popup_plans/0/popup_interval/value"},
+      {R"({"absolute_priority": "high"})", "not-a-number at /popup_plans/0/absolute_priority"},
+      {R"({"is_control_group": true})", "control-group at /popup_plans/0/is_control_group"},
+      {R"({"global_msg_limit_enabled": true})", "limit-not-in-use at /popup_plans/0/global_msg_limit_enabled"},
+      {R"({"popup_window_content": {"popup_type": "CUSTOMIZED"}})", "no-content at /popup_plans/0/popup_window_content"},
       {R"({"popup_interval": {"unit": "hour", "value": 1}})", "unknown-unit at /popup_plans/0/popup_interval/unit"},
       {R"({"popup_interval": {"unit": "HOUR", "natural": true, "value": 1}})",
        "natural-unit at /popup_plans/0/popup_interval/unit"},
@@ -126,10 +134,64 @@ TEST(CheckTest, FindsWhatEventsAndConditionsNeverMeet) {
               Contains("bad-params at " + at + "/params"));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "less", "params": ["x"]})"),
               Contains("not-a-number at " + at + "/params/0"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "less", "params": ["2026-01-01"]})"),
+              Contains("not-a-number at " + at + "/params/0"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "contain", "params": ["x", "y"]})"),
+              Contains("extra-params at " + at + "/params"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "equal", "params": ["Paris "]})"),
+              Contains("stray-blank at " + at + "/params/0"));
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "in", "params": ["x"]})"),
+              Contains("list-operator at " + at + "/function"));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "filter": {"conditions": [{"field": "a", "function": "isSet"},
+                           {"field": "b", "function": "isSet"}]}}]})"),
+              Contains("no-relation at " + matcher + "/filter/conditions"));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["3"], "window": {"unit": "DAY", "value": 1}},
+                           {"event_name": "Pay", "params": ["2"], "window": {"unit": "DAY", "value": 1}}]})"),
+              ::testing::ElementsAre("idle-matcher at " + matcher));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "between", "params": ["9", "1"]})"),
               Contains("empty-range at " + at + "/params"));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "absoluteBetween", "params": ["2026-01-01", "2026-02-01 00:00"]})"),
               Contains("not-a-date at " + at + "/params/0"));
+}
+
+TEST(CheckTest, FindsConditionsThatExcludeEachOtherOrNothing) {
+  const auto joined = [](const std::string& relation, const std::string& conditions) {
+    return found(answer({plan(R"({"pattern_popup": {"matcher_list": [{"event_name": "Pay", "filter": {"relation": ")" + relation +
+                              R"(", "conditions": [)" + conditions + "]}}]}}")}));
+  };
+  const auto condition = [](const std::string& function, const std::string& params) {
+    return R"({"field": "event.a", "function": ")" + function + R"(", "params": [)" + params + "]}";
+  };
+  const std::string second = " at /popup_plans/0/pattern_popup/matcher_list/0/filter/conditions/1";
+  const struct {
+    const char *relation, *one, *params, *two, *others;
+    const char* code;  ///< of the finding at the second; null: there is none
+  } cases[] = {
+      {"AND", "greater", R"("100")", "less", R"("50")", "contradiction"},
+      {"AND", "greater", R"("50")", "less", R"("51")", nullptr},
+      {"AND", "equal", R"("Paris", "Rome")", "equal", R"("London")", "contradiction"},
+      {"AND", "equal", R"("Paris", "Rome")", "notEqual", R"("Paris")", nullptr},
+      {"AND", "equal", R"("Paris")", "notEqual", R"("Rome", "Paris")", "contradiction"},
+      {"AND", "notSet", "", "equal", R"("Paris")", "contradiction"},
+      {"AND", "contain", R"("a")", "contain", R"("b")", nullptr},
+      {"AND", "contain", R"("spring")", "equal", R"("Spring sale")", "contradiction"},
+      {"AND", "isTrue", "", "isFalse", "", "contradiction"},
+      {"AND", "absolute_between", R"("2026-01-01 00:00", "2026-02-01 00:00")", "absolute_between",
+       R"("2026-03-01 00:00", "2026-04-01 00:00")", "contradiction"},
+      {"OR", "notEqual", R"("Paris")", "notEqual", R"("Rome")", "always-holds"},
+      {"OR", "less", R"("50")", "greater", R"("10")", "always-holds"},
+      {"OR", "less", R"("10")", "greater", R"("50")", nullptr},
+      {"OR", "equal", R"("Paris")", "equal", R"("Rome")", nullptr},
+      {"OR", "isSet", "", "equal", R"("Rome")", nullptr},
+  };
+  for (const auto& each : cases) {
+    const auto lines = joined(each.relation, condition(each.one, each.params) + "," + condition(each.two, each.others));
+    if (each.code) {
+      EXPECT_THAT(lines, ::testing::ElementsAre(each.code + second)) << each.one << each.params << each.two << each.others;
+    } else {
+      EXPECT_THAT(lines, IsEmpty()) << each.one << each.params << each.two << each.others;
+    }
+  }
 }
 
 TEST(CheckTest, FindsDisplayTimesThatMeanSomethingElse) {
@@ -177,19 +239,21 @@ TEST(CheckTest, LooksAtTheAnswerAsAWhole) {
 
 TEST(CheckTest, FindsElementsThatNobodyCanSeeOrUse) {
   const auto inElement = [](const std::string& element) {
-    return found(R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "properties": {"backgroundColor":
+    return found(
+        R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "column", "layout": {}, "properties": {"backgroundColor":
       {"r": 255, "g": 255, "b": 255, "a": 1}}, "subviews": [)" +
-                 element + "]}}");
+        element + "]}}");
   };
   const std::string at = "/template/subviews/0";
   const Fault faults[] = {
-      {R"({"type": "image", "properties": {"image": "https://a.example/b.png"}})", "no-height at /template/subviews/0"},
+      {R"({"type": "image", "properties": {"image": "https://a.example/b.png"}})", "no-layout at /template/subviews/0"},
+      {R"({"type": "image", "layout": {}})", "no-height at /template/subviews/0/layout"},
       {R"({"type": "image", "layout": {"height": 20}})", "bad-length at /template/subviews/0/layout/height"},
       {R"({"type": "image", "layout": {"height": "20%"}})", "bad-length at /template/subviews/0/layout/height"},
       {R"({"type": "image", "layout": {"height": "20"}, "properties": {"image": "b.png"}})",
        "bad-url at /template/subviews/0/properties/image"},
-      {R"({"type": "label", "properties": {"text": "a", "font": "9", "scrollableY": true}})",
-       "scrolls-without-height at /template/subviews/0"},
+      {R"({"type": "label", "layout": {}, "properties": {"text": "a", "font": "9", "scrollableY": true}})",
+       "scrolls-without-height at /template/subviews/0/layout"},
       {R"({"type": "label", "properties": {"font": "9"}})", "no-text at /template/subviews/0"},
       {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 200, "g": 200, "b": 200, "a": 1}}})",
        "contrast at /template/subviews/0/properties/color"},
@@ -198,12 +262,19 @@ TEST(CheckTest, FindsElementsThatNobodyCanSeeOrUse) {
       {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": "#fff"}})",
        "bad-colour at /template/subviews/0/properties/color"},
       {R"({"type": "lable"})", "unknown-element at /template/subviews/0/type"},
-      {R"({"type": "row", "subviews": [{"type": "column"}]})", "whole-width-in-row at /template/subviews/0/subviews/0"},
+      {R"({"type": "row", "layout": {}, "subviews": [{"type": "column", "layout": {}}]})",
+       "whole-width-in-row at /template/subviews/0/subviews/0/layout"},
       {R"({"type": "button", "layout": {"height": "20"}})", "idle-action at /template/subviews/0"},
       {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "close"}]}})",
        "idle-action at /template/subviews/0/action/IOS/0"},
       {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "jump"}]}})",
        "unknown-action at /template/subviews/0/action/IOS/0/type"},
+      {R"({"type": "label", "layout": {"width": "0px"}, "properties": {"text": "a", "font": "9"}})",
+       "zero-width at /template/subviews/0/layout/width"},
+      {R"({"type": "label", "layout": {"margin": {"left": "20"}}, "properties": {"text": "a", "font": "9"}})",
+       "overflow at /template/subviews/0/layout"},
+      {R"({"type": "label", "layout": {}, "properties": {"text": "Dear {{name}}", "font": "9"}})",
+       "placeholder at /template/subviews/0/properties/text"},
       {R"({"type": "column", "layout": {"align": "middle"}})", "unknown-word at /template/subviews/0/layout/align"},
       {R"({"type": "column", "isHidden": true})", "misplaced-hidden at /template/subviews/0/isHidden"},
   };
@@ -216,7 +287,7 @@ TEST(CheckTest, NamesLineAndColumnAndChecksLayoutsBesideTheFile) {
   TemporaryDirectory directory;
   fs::create_directories(directory / "layouts");
   std::ofstream(directory / "layouts" / "card.json")
-      << "{\"properties\": {\"maskCloseEnabled\": true},\n \"template\": {\"type\": \"é\", \"tpye\": 1}}";
+      << "{\"properties\": {\"maskCloseEnabled\": true},\n \"template\": {\"type\": \"é\", \"tpye\": 1, \"layout\": {}}}";
   const std::string config = answer({plan(R"({"popup_window_content": {"layout": "card.json"}})")});
   Checker checker(kNow);
   checker.check(directory / "user_popup_configs.json", config);
@@ -247,7 +318,9 @@ TEST(CheckTest, ReportsForPeopleAndForPrograms) {
 TEST(CheckTest, ThePageOfCodesIsUpToDate) {
   std::ostringstream codes;
   writeCodes(codes);
-  EXPECT_EQ(readWhole(testing::sourceDirectory() / "docs" / "check.md"), codes.str()) << "run kaleo check --codes >docs/check.md";
+  std::string error;
+  EXPECT_EQ(readText(testing::sourceDirectory() / "docs" / "check.md", error), codes.str())
+      << "run kaleo check --codes >docs/check.md";
 }
 
 }  // namespace

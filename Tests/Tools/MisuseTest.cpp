@@ -8,12 +8,13 @@
 #include <string>
 
 #include "Support/TemporaryDirectory.h"
+#include "ToolProcess.h"
 
 namespace kaleo::tools {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+using ::testing::HasSubstr;
+using ::testing::Not;
 namespace fs = std::filesystem;
 
 constexpr const char* kLayout = R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "row", "layout": {}}})";
@@ -24,7 +25,7 @@ struct Outcome {
   std::string errors;
 };
 
-class MisuseTest : public testing::Test {
+class MisuseTest : public ::testing::Test {
  protected:
   MisuseTest() {
     write("layout.json", kLayout);
@@ -59,7 +60,7 @@ class MisuseTest : public testing::Test {
   /// Runs `kaleo` with `arguments` as a shell reads them; what it prints goes to `output`.
   Outcome run(const std::string& arguments, const std::string& output = "/dev/null") const {
     const std::string command =
-        "cd '" + directory_.path().string() + "' && '" KALEO_TOOL "' " + arguments + " 2>&1 >" + output + " </dev/null";
+        "cd '" + directory_.path().string() + "' && '" + testing::toolPath() + "' " + arguments + " 2>&1 >" + output + " </dev/null";
     Outcome outcome;
     FILE* const errors = popen(command.c_str(), "r");
     if (errors == nullptr) return outcome;

@@ -2,15 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Core/Utils/KLVersion.h"
 #include "check/KnownKeys.h"
 #include "check/LayoutRules.h"
 #include "check/PlanRules.h"
 #include "check/TimeRules.h"
+#include "files/FileReading.h"
 #include "json/JSONFault.h"
 
 namespace kaleo::tools {
@@ -34,6 +32,7 @@ void checkAnswer(const At& root, Findings& findings) {
              "popup_interval_global", "user_id", "diagnose_config"},
             findings);
   const At interval = root["config_pull_interval_ms"], version = root["min_sdk_version_required"];
+  checkInteger(interval, findings);
   const auto milliseconds = quillon_integerValue(interval.value());
   if (milliseconds < static_cast<std::int64_t>(kShortPull)) {
     findings.report(Check::PullInterval, interval.isPresent() ? interval : root,
@@ -79,6 +78,7 @@ void Checker::configuration(const At& root, const fs::path& file) {
     checkPlan(plan, now_, findings_);
     if (plan.isObject()) window(plan["popup_window_content"], file);
   }
+  checkLimitsAgainst(plans, root["msg_limit_global"], findings_);
   checkPlansTogether(plans, now_, findings_);
 }
 
@@ -88,7 +88,11 @@ void Checker::window(const At& content, const fs::path& file) {
   if (type.isGiven() && type.text() != "PRESET" && type.text() != "CUSTOMIZED") {
     findings_.report(Check::UnknownPopupType, type, fmt::format("{} is shown by the library.", written(type)));
   }
-  if (type.text() == "CUSTOMIZED") return;  // the application reads its content
+  if (type.text() == "CUSTOMIZED") {  // the application reads its content
+    if (!text.isGiven() && !name.isText())
+      findings_.report(Check::NoContent, content, "There is no \"content\" for the application.");
+    return;
+  }
   if (name.isText()) return layoutFile(name, file);
   if (!text.isText()) {
     findings_.report(Check::NoContent, content, fmt::format("The content is {}.", written(text)));
@@ -98,9 +102,10 @@ void Checker::window(const At& content, const fs::path& file) {
 }
 
 void Checker::layoutFile(const At& name, const fs::path& file) {
+  std::string error;
   for (const fs::path& folder : {file.parent_path(), file.parent_path().parent_path()}) {
     const fs::path layout = folder / "layouts" / name.text();
-    if (const auto text = readWhole(layout)) {
+    if (const auto text = readText(layout, error)) {
       within(layout.string(), *text, nullptr, [this](const At& root) { checkLayout(root, findings_); });
       return;
     }
@@ -125,13 +130,6 @@ void Checker::within(const std::string& name, const std::string& text, const At*
   if (at == nullptr) checkDuplicates(document, findings_);
   inside(At(document));
   findings_.setHolder(nullptr);
-}
-
-std::optional<std::string> readWhole(const fs::path& file) {
-  std::ifstream stream(file, std::ios::binary);
-  std::error_code ignored;
-  if (!stream || fs::is_directory(file, ignored)) return std::nullopt;
-  return std::string{std::istreambuf_iterator<char>(stream), {}};
 }
 
 }  // namespace kaleo::tools

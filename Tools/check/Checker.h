@@ -2,7 +2,6 @@
 
 #include <filesystem>
 #include <functional>
-#include <optional>
 #include <string>
 
 #include "check/Findings.h"
@@ -32,8 +31,5 @@ class Checker {
   double now_;
   Findings findings_;
 };
-
-/// The whole file; nothing when it cannot be read.
-std::optional<std::string> readWhole(const std::filesystem::path& file);
 
 }  // namespace kaleo::tools

@@ -3,44 +3,32 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <numeric>
+#include <cctype>
+#include <charconv>
+#include <cmath>
 #include <string>
 #include <vector>
 
+#include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLJSON.h"
+#include "text/Suggestion.h"
 
 namespace kaleo::tools {
 namespace {
 
 constexpr std::size_t kLongest = 60;
-constexpr std::size_t kNear = 3;  ///< edits between a misspelt name and the meant one
 
-/// Levenshtein's distance.
-std::size_t edits(std::string_view from, std::string_view to) {
-  std::vector<std::size_t> row(to.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= from.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= to.size(); ++j) {
-      const std::size_t changed = diagonal + (from[i - 1] == to[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row.back();
-}
-
-std::string suggestion(std::string_view key, std::initializer_list<std::string_view> known) {
-  const auto nearest = std::ranges::min_element(known, {}, [key](std::string_view name) { return edits(key, name); });
-  if (nearest == known.end() || edits(key, *nearest) > std::min(kNear, key.size() / 2)) return "";
-  return fmt::format("; did you mean \"{}\"?", *nearest);
+std::string suggestion(std::string_view key, const std::vector<std::string_view>& known) {
+  const auto meant = suggestionFor(key, known);
+  return meant.empty() ? "." : fmt::format("; did you mean \"{}\"?", meant);
 }
 
 bool expect(const At& at, bool fits, std::string_view kind, Findings& findings) {
   if (at.isGiven() && !fits) findings.report(Check::WrongKind, at, fmt::format("{} should be {}.", written(at), kind));
   return fits;
 }
+
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
 std::string shortened(std::string text) {
   if (text.size() <= kLongest) return text;
@@ -63,6 +51,40 @@ bool expectObject(const At& at, Findings& findings) { return expect(at, at.isObj
 
 bool expectArray(const At& at, Findings& findings) {
   return expect(at, at.isPresent() && at.value()->isArray(), "an array", findings);
+}
+
+void checkBlanks(const At& at, Findings& findings) {
+  const std::string& text = at.text();
+  if (text.empty() || (!isBlank(text.front()) && !isBlank(text.back()))) return;
+  findings.report(Check::StrayBlank, at,
+                  fmt::format("{} {} with a blank.", written(at), isBlank(text.front()) ? "begins" : "ends"));
+}
+
+void checkInteger(const At& at, Findings& findings) {
+  if (!at.isGiven()) return;
+  const bool isWhole = at.isText() ? isWholeNumberText(at.text()) && at.text().find_first_of(".eE") == std::string::npos
+                                   : at.value()->isInteger() ||
+                                         (at.value()->isDouble() && std::floor(at.value()->asDouble()) == at.value()->asDouble());
+  if (!isWhole) {
+    findings.report(Check::NotANumber, at, fmt::format("{} counts as {}.", written(at), quillon_integerValue(at.value())));
+  }
+}
+
+bool isWholeNumberText(const std::string& text) {
+  double number = 0;
+  const std::size_t sign = text.starts_with('+') ? 1 : 0;
+  const auto [end, error] = std::from_chars(text.data() + sign, text.data() + text.size(), number);
+  return error == std::errc{} && end == text.data() + text.size() && std::isfinite(number);
+}
+
+bool beginsWithNumber(const std::string& text) {
+  const auto first = text.find_first_not_of(" \t+-.");
+  return first != std::string::npos && std::isdigit(static_cast<unsigned char>(text[first])) != 0;
+}
+
+bool isSame(const At& left, const At& right) {
+  if (!left.isPresent() || !right.isPresent()) return left.isPresent() == right.isPresent();
+  return *left.value() == *right.value();
 }
 
 std::string quoted(std::string_view text) { return KLJSON::serialize(KLValue(shortened(std::string(text)))); }

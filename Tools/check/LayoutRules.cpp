@@ -8,6 +8,7 @@
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLURL.h"
 #include "check/Colours.h"
+#include "check/FrameRules.h"
 #include "check/KnownKeys.h"
 
 namespace kaleo::tools {
@@ -39,6 +40,7 @@ class LayoutCheck {
     element(layout["template"], {});
     const bool maskCloses = properties["maskAction"]["IOS"].elements().empty() ? yes(properties["maskCloseEnabled"])
                                                                                : actions(properties["maskAction"]).closes;
+    checkFrames(layout, findings_);
     if (!maskCloses && !closes_) findings_.report(Check::NoWayOut, layout, "No element and not even the mask closes the popup.");
   }
 
@@ -84,7 +86,10 @@ class LayoutCheck {
 
   void box(const At& at, const std::string& type, bool inRow) {
     const At layout = at["layout"];
-    if (layout.isGiven()) expectObject(layout, findings_);
+    if (!layout.isGiven() || !expectObject(layout, findings_)) {
+      findings_.report(Check::NoLayout, layout.isPresent() ? layout : at, "This element has no layout.");
+      return;
+    }
     checkKeys(layout, {"align", "margin", "padding", "width", "height", "maxHeight"}, findings_);
     const At align = layout["align"];
     if (align.isGiven() && !isOneOf(align.text(), {"left", "center", "right"})) {
@@ -96,13 +101,16 @@ class LayoutCheck {
       for (const char* side : {"top", "left", "bottom", "right"}) length(layout[edges][side]);
     }
     const bool hasWidth = length(layout["width"]), hasHeight = length(layout["height"]), hasMost = length(layout["maxHeight"]);
-    const At& placed = layout.isGiven() ? layout : at;
-    if (inRow && !hasWidth) findings_.report(Check::WholeWidthInRow, placed, "This element of a row has no width.");
+    if (layout["width"].isText() && !hasWidth && beginsWithNumber(layout["width"].text())) {
+      findings_.report(Check::ZeroWidth, layout["width"],
+                       fmt::format("A width of {} is the whole width.", written(layout["width"])));
+    }
+    if (inRow && !hasWidth) findings_.report(Check::WholeWidthInRow, layout, "This element of a row has no width.");
     if (!hasHeight && isOneOf(type, {"image", "button", "image_button", "link"})) {
-      findings_.report(Check::NoHeight, placed, fmt::format("This {} has no height.", type));
+      findings_.report(Check::NoHeight, layout, fmt::format("This {} has no height.", type));
     }
     if (type == "label" && yes(at["properties"]["scrollableY"]) && !hasMost) {
-      findings_.report(Check::ScrollsWithoutHeight, placed, "This label scrolls within no height.");
+      findings_.report(Check::ScrollsWithoutHeight, layout, "This label scrolls within no height.");
     }
   }
 
@@ -136,6 +144,7 @@ class LayoutCheck {
     const bool isEmpty = !text.isGiven() || (text.isText() && text.text().empty());
     if (text.isGiven()) {
       if (!text.isText()) findings_.report(Check::WrongKind, text, fmt::format("{} should be a text.", written(text)));
+      placeholder(text);
     }
     const double size = numberOf(properties["font"]);
     if (isOneOf(type, {"label", "link"}) && (isEmpty || size <= 0)) {
@@ -143,13 +152,26 @@ class LayoutCheck {
       findings_.report(Check::NoText, placed,
                        isEmpty ? fmt::format("This {} has no text.", type) : fmt::format("The font of this {} has no size.", type));
     }
-    if (isEmpty || !colour || !around.ground) return;
+    const bool isBlack = !colour && isOneOf(type, {"label", "link"});  // where none is given
+    if (isEmpty || !around.ground || (!colour && !isBlack)) return;
     const double needed = size >= kLargeText ? kLargeContrast : kContrast;
-    const double reached = contrast(blended(*colour, *around.ground), *around.ground);
+    const double reached = contrast(blended(colour.value_or(CheckedColour{0, 0, 0, 1}), *around.ground), *around.ground);
     if (reached < needed) {
       findings_.report(
-          Check::Contrast, properties["color"],
+          Check::Contrast, isBlack ? text : properties["color"],
           fmt::format("The contrast of {} with its ground is {:.1f} to 1; {:.1f} to 1 is needed.", written(text), reached, needed));
+    }
+  }
+
+  /// What a campaign tool would fill in, had it been told to.
+  void placeholder(const At& at) {
+    const std::string& text = at.text();
+    for (const auto& [open, close] : {std::pair("{{", "}}"), std::pair("${", "}"), std::pair("<%", "%>")}) {
+      const auto start = text.find(open), end = text.find(close, start == std::string::npos ? start : start + 2);
+      if (start == std::string::npos || end == std::string::npos) continue;
+      const std::string found = text.substr(start, end - start + std::string_view(close).size());
+      if (isOneOf(found, {"{{base}}", "{{distinct_id}}"})) continue;  // kaleo serve fills these in
+      findings_.report(Check::Placeholder, at, fmt::format("The user reads {}.", quoted(found)));
     }
   }
 
@@ -195,6 +217,8 @@ class LayoutCheck {
         findings_.report(Check::IdleAction, action, "This close action is not closeable and does nothing.");
       if (isOneOf(type, {"openlink", "copy"}) && (!action["value"].isText() || action["value"].text().empty())) {
         findings_.report(Check::IdleAction, action, fmt::format("This {} action has no value.", type));
+      } else if (type == "openlink" && action["value"].text().find(':') == std::string::npos) {
+        findings_.report(Check::BadURL, action["value"], fmt::format("{} is no absolute URL.", written(action["value"])));
       }
     }
     return found;

@@ -11,6 +11,7 @@
 #include "check/EventRules.h"
 #include "check/KnownKeys.h"
 #include "check/TimeRules.h"
+#include "text/TimeText.h"
 
 namespace kaleo::tools {
 namespace {
@@ -36,6 +37,7 @@ void checkIdentity(const At& plan, Findings& findings) {
   if (integerOf(id) == 0) {
     findings.report(Check::PlanId, id.isPresent() ? id : plan, fmt::format("The plan's id is {}, which reads as 0.", written(id)));
   }
+  for (const char* key : {"plan_id", "absolute_priority", "audience_id"}) checkInteger(plan[key], findings);
   const At strategy = plan["strategy_id"];
   if (strategy.isGiven() && !yes(plan["is_trigger"])) {
     findings.report(Check::StrategyWithoutTrigger, strategy,
@@ -50,10 +52,12 @@ void checkExpiry(const At& plan, double now, Findings& findings) {
     findings.report(Check::NoExpiry, at.isPresent() ? at : plan,
                     fmt::format("The plan expires at {}, which reads as 0.", written(at)));
   } else if (expiry < now * kMilliseconds) {
-    const bool seconds = expiry < kLikelySeconds && expiry > now;
+    const bool isPlain = !at.isText() || isWholeNumberText(at.text());
+    const bool seconds = isPlain && expiry < kLikelySeconds && expiry > now;
     findings.report(Check::Expired, at,
-                    seconds ? fmt::format("{} looks like seconds; as milliseconds it is {}.", written(at), day(expiry))
-                            : fmt::format("The plan expired on {}.", day(expiry)));
+                    seconds    ? fmt::format("{} looks like seconds; as milliseconds it is {}.", written(at), day(expiry))
+                    : !isPlain ? fmt::format("{} counts as {:.0f} milliseconds: {}.", written(at), expiry, day(expiry))
+                               : fmt::format("The plan expired on {}.", day(expiry)));
   }
 }
 
@@ -66,6 +70,21 @@ void checkAudience(const At& plan, Findings& findings) {
     findings.report(Check::NotAudience, audience.isPresent() ? audience : plan,
                     fmt::format("\"is_audience\" is {}.", written(audience)));
   }
+  if (yes(plan["is_control_group"])) {
+    findings.report(Check::ControlGroup, plan["is_control_group"], "The user is in this plan's control group.");
+  }
+}
+
+/// Of the re-entry rule what can never count, as other windows keep the popups of the plan apart.
+void checkReEntryAgainst(const At& plan, const char* window, const char* unless, Findings& findings) {
+  const CheckedLength span = lengthOf(plan["re_enter"]), apart = lengthOf(plan[window]);
+  const std::int64_t limit = integerOf(plan["re_enter"]["limit"]);
+  const bool isRolling = !yes(plan[window]["natural"]);  // an aligned one may be over at once
+  if (limit < 2 || span.isEmpty || apart.isEmpty || !isRolling) return;
+  if (static_cast<double>(limit - 1) * apart.seconds < span.seconds) return;
+  findings.report(Check::LimitNeverReached, plan["re_enter"]["limit"],
+                  fmt::format("\"{}\" keeps the popups of this plan {} apart{}: it never shows {} times in {}.", window,
+                              TimeText::length(apart.seconds), unless, limit, TimeText::length(span.seconds)));
 }
 
 bool isServed(const At& plan, double now) {
@@ -73,23 +92,10 @@ bool isServed(const At& plan, double now) {
          plan["pattern_popup"]["relation"].text() != "AND";
 }
 
-bool equal(const At& left, const At& right) {
-  if (!left.isPresent() || !right.isPresent()) return left.isPresent() == right.isPresent();
-  return *left.value() == *right.value();
-}
-
-/// Whether `wide` counts every event that `narrow` counts, and reaches its count no later.
-bool covers(const At& wide, const At& narrow) {
-  if (wide["event_name"].text() != narrow["event_name"].text()) return false;
-  const bool anyEvent = filterOf(wide)["conditions"].elements().empty();
-  if (!anyEvent && !equal(filterOf(wide), filterOf(narrow))) return false;
-  return neededOf(wide) <= 1 || (neededOf(wide) <= neededOf(narrow) && equal(wide["window"], narrow["window"]));
-}
-
 /// Whether each event that makes `later` due makes `first` due, too.
 bool answersAllOf(const At& first, const At& later) {
   for (const char* rule : {"event_permission", "display_time_config"}) {
-    if (first[rule].isGiven() && !equal(first[rule], later[rule])) return false;
+    if (first[rule].isGiven() && !isSame(first[rule], later[rule])) return false;
   }
   const auto wide = first["pattern_popup"]["matcher_list"].elements();
   const auto narrow = later["pattern_popup"]["matcher_list"].elements();
@@ -150,7 +156,22 @@ void checkPlan(const At& plan, double now, Findings& findings) {
     checkLength(plan[window], findings);
   }
   checkReEntry(plan["re_enter"], expiryOf(plan) / kMilliseconds - now, findings);
+  checkReEntryAgainst(plan, "popup_interval", "", findings);
+  checkReEntryAgainst(plan, "convert_window", " unless the user converts", findings);
   checkDisplayTimes(plan["display_time_config"], findings);
+}
+
+void checkLimitsAgainst(const std::vector<At>& plans, const At& limits, Findings& findings) {
+  const bool areInUse = yes(limits["is_in_use"]) && !limits["limits"].elements().empty();
+  const auto takesPart = [](const At& plan) { return yes(plan["global_msg_limit_enabled"]); };
+  if (areInUse && !plans.empty() && std::ranges::none_of(plans, takesPart)) {
+    findings.report(Check::LimitNotInUse, limits, "No plan takes part in these limits (\"global_msg_limit_enabled\").");
+  }
+  const auto first = std::ranges::find_if(plans, takesPart);
+  if (!limits.isGiven() && first != plans.end()) {
+    findings.report(Check::LimitNotInUse, (*first)["global_msg_limit_enabled"],
+                    "The plan takes part in global limits, and there are none (\"msg_limit_global\").");
+  }
 }
 
 void checkPlansTogether(const std::vector<At>& plans, double now, Findings& findings) {

@@ -95,6 +95,7 @@ CheckedLength checkLength(const At& at, Findings& findings) {
   } else if (model.timeUnit() != KLTimeUnit::Unknown && model.value <= 0) {
     findings.report(Check::EmptyWindow, value.isPresent() ? value : at, fmt::format("The length is {}.", written(value)));
   }
+  checkInteger(value, findings);
   return lengthOf(at);
 }
 
@@ -102,6 +103,12 @@ void checkReEntry(const At& at, double secondsLeft, Findings& findings) {
   if (!at.isGiven()) return;
   checkKeys(at, {"unit", "natural", "value", "limit"}, findings);
   const CheckedLength length = checkLength(at, findings);
+  const At cap = at["limit"];
+  checkInteger(cap, findings);
+  if (!length.isEmpty && quillon_integerValue(cap.value()) < 1) {
+    findings.report(Check::ReEntryWithoutLimit, cap.isPresent() ? cap : at,
+                    fmt::format("The limit is {}: one popup in each window.", written(cap)));
+  }
   if (length.isEmpty || length.seconds < std::min(secondsLeft, kTenYears)) return;
   const auto limit = std::max<std::int64_t>(quillon_integerValue(at["limit"].value()), 1);
   findings.report(
@@ -121,6 +128,7 @@ void checkGlobalLimits(const At& at, Findings& findings) {
     if (!expectObject(limit, findings)) continue;
     checkKeys(limit, {"unit", "natural", "value", "limit"}, findings);
     checkLength(limit, findings);
+    checkInteger(limit["limit"], findings);
     if (quillon_integerValue(limit["limit"].value()) > 0) continue;
     findings.report(
         Check::CapOfZero, limit["limit"].isPresent() ? limit["limit"] : limit,

@@ -5,6 +5,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <initializer_list>
 #include <string>
 
 #include "Support/TemporaryDirectory.h"
@@ -23,6 +24,12 @@ constexpr const char* kLayout = R"({"properties": {"maskCloseEnabled": true}, "t
 struct Outcome {
   int status = -1;
   std::string errors;
+};
+
+struct Misuse {
+  const char* arguments;
+  int status;
+  const char* words;  ///< that it says among others; "" when all is well
 };
 
 class MisuseTest : public ::testing::Test {
@@ -59,8 +66,8 @@ class MisuseTest : public ::testing::Test {
 
   /// Runs `kaleo` with `arguments` as a shell reads them; what it prints goes to `output`.
   Outcome run(const std::string& arguments, const std::string& output = "/dev/null") const {
-    const std::string command =
-        "cd '" + directory_.path().string() + "' && '" + testing::toolPath() + "' " + arguments + " 2>&1 >" + output + " </dev/null";
+    const std::string command = "cd '" + directory_.path().string() + "' && '" + testing::toolPath() + "' " + arguments +
+                                " 2>&1 >" + output + " </dev/null";
     Outcome outcome;
     FILE* const errors = popen(command.c_str(), "r");
     if (errors == nullptr) return outcome;
@@ -70,18 +77,23 @@ class MisuseTest : public ::testing::Test {
     return outcome;
   }
 
+  void expect(std::initializer_list<Misuse> cases) const {
+    for (const Misuse& misuse : cases) {
+      const Outcome outcome = run(misuse.arguments);
+      EXPECT_EQ(outcome.status, misuse.status) << misuse.arguments << "\n" << outcome.errors;
+      EXPECT_THAT(outcome.errors, HasSubstr(misuse.words)) << misuse.arguments;
+      EXPECT_EQ(outcome.errors.empty(), misuse.status == 0) << misuse.arguments;
+      for (const char* const raw : {"terminate", "std::", "what()", "Sanitizer", "CLI::"}) {
+        EXPECT_THAT(outcome.errors, Not(HasSubstr(raw))) << misuse.arguments;
+      }
+    }
+  }
+
   TemporaryDirectory directory_;
 };
 
-struct Misuse {
-  const char* arguments;
-  int status;
-  const char* words;  ///< that it says among others; "" when all is well
-};
-
-TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongAndWhatToDo) {
-  const Misuse cases[] = {
-      // The command line
+TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfTheCommandLine) {
+  expect({
       {"", 64, "kaleo: "},
       {"simulte", 64, "there is no command simulte; did you mean simulate?"},
       {"simulate --event events.jsonl", 64, "there is no option --event; did you mean --events?"},
@@ -94,7 +106,11 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongAndWhatToDo) {
       {"preview layout.json --scale 0", 64, "--scale"},
       {"completion tcsh", 64, "tcsh"},
       {"run", 64, "--server is required"},
-      // Times and places
+  });
+}
+
+TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfTimesAndPlaces) {
+  expect({
       {"check --at yesterday config.json", 3, "--at yesterday: this is no time; give one such as"},
       {"check --at 2026-13-45 config.json", 3, "this is no time"},
       {"explain --since nan journeys.sqlite", 2, "--since nan: this is no time"},
@@ -102,7 +118,11 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongAndWhatToDo) {
       {"simulate --events events.jsonl --timezone Mars", 2, "unknown time zone: Mars"},
       {"simulate --events events.jsonl --on-screen -1", 2, "--on-screen"},
       {"run --server localhost", 2, "no URL such as http://127.0.0.1:8080"},
-      // No file that can be read
+  });
+}
+
+TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfFilesThatCannotBeRead) {
+  expect({
       {"check gone.json", 3, "gone.json cannot be read: No such file or directory"},
       {"check .", 3, ". is a directory"},
       {"preview gone.json --frames --metrics fixed", 2, "gone.json: cannot be read: No such file or directory"},
@@ -113,7 +133,11 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongAndWhatToDo) {
       {"inspect --key gone state.sqlite", 2, "gone is not there"},
       {"inspect --key layout.json state.sqlite", 2, "layout.json is no key file"},
       {"serve gone", 2, "gone is no directory"},
-      // Files that are not what they should be
+  });
+}
+
+TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfFilesOfAnotherKind) {
+  expect({
       {"preview empty.json --frames --metrics fixed", 2, "empty.json:1:1: expected a value, but the text is empty"},
       {"preview utf16.json --frames --metrics fixed", 2, "save the file as UTF-8"},
       {"preview page.json --frames --metrics fixed", 2, "this is HTML"},
@@ -138,22 +162,17 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongAndWhatToDo) {
       {"inspect later.sqlite", 2, "later.sqlite "},
       {"explain other.sqlite", 2, "holds no records of decisions"},
       {"explain state.sqlite", 2, "kaleo inspect shows this one"},
-      // Places that cannot be written
+  });
+}
+
+TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfPlacesThatCannotBeWritten) {
+  expect({
       {"simulate --events events.jsonl --report events.jsonl", 2, "would write over the events themselves"},
       {"simulate --events events.jsonl --report gone/report.html", 2, "gone/report.html cannot be written"},
       {"simulate --events events.jsonl --store layout.json/state", 2, "layout.json/state"},
       {"preview layout.json --out layout.json", 2, "would write over the layout itself"},
       {"run --server http://127.0.0.1:1 --data layout.json", 2, "layout.json"},
-  };
-  for (const Misuse& misuse : cases) {
-    const Outcome outcome = run(misuse.arguments);
-    EXPECT_EQ(outcome.status, misuse.status) << misuse.arguments << "\n" << outcome.errors;
-    EXPECT_THAT(outcome.errors, HasSubstr(misuse.words)) << misuse.arguments;
-    EXPECT_EQ(outcome.errors.empty(), misuse.status == 0) << misuse.arguments;
-    for (const char* const raw : {"terminate", "std::", "what()", "Sanitizer", "CLI::"}) {
-      EXPECT_THAT(outcome.errors, Not(HasSubstr(raw))) << misuse.arguments;
-    }
-  }
+  });
 }
 
 TEST_F(MisuseTest, AFullDiskIsSaid) {

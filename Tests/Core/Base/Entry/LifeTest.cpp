@@ -30,7 +30,8 @@ class UserServer {
   std::string url() const { return server_.url(); }
 
  private:
-  static constexpr std::chrono::seconds kLimit{20};
+  /// Less than the 30 seconds that the library waits for an answer.
+  static constexpr std::chrono::seconds kLimit{28};
 
   void answer(const httplib::Request& request, httplib::Response& response) {
     const int user = std::stoi(request.get_param_value("distinct_id"));
@@ -89,8 +90,7 @@ TEST_F(LifeTest, AnswersForEarlierUsersNeverFire) {
   for (int user = 1; user <= kSwitches; ++user) {
     switchTo(application, user);
     ASSERT_TRUE(server.waitForAsked(user));
-    const bool mayBeAnswered = user == kSwitches;  // the server lets all answers go at the last question
-    EXPECT_TRUE(mayBeAnswered || application.ignores("Pay"));
+    if (user < kSwitches) application.track("Pay");  // decided before the next question; a popup would hold that up
   }
   ASSERT_TRUE(application.log().waitFor("Fetch popup config success", kSwitches + 1));
   ASSERT_TRUE(application.installs(2));  // the first user's and the last one's

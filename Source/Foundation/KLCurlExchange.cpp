@@ -27,6 +27,12 @@ std::string_view trimmed(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlank) - first + 1);
 }
 
+std::chrono::steady_clock::time_point deadlineAfter(double seconds) {
+  const bool usable = seconds > kMinTimeoutSeconds;  // also false for no number
+  const std::chrono::duration<double> timeout(usable ? std::min(seconds, kMaxTimeoutSeconds) : kMinTimeoutSeconds);
+  return std::chrono::steady_clock::now() + std::chrono::ceil<std::chrono::steady_clock::duration>(timeout);
+}
+
 template <class Value>
 CURLcode set(CURL* easy, CURLoption option, Value value) {
   return curl_easy_setopt(easy, option, value);
@@ -35,12 +41,10 @@ CURLcode set(CURL* easy, CURLoption option, Value value) {
 }  // namespace
 
 KLCurlExchange::KLCurlExchange(KLHTTPRequest request, KLHTTPSession::Completion completion)
-    : request_(std::move(request)), completion_(std::move(completion)) {}
+    : request_(std::move(request)), deadline_(deadlineAfter(request_.timeoutSeconds)), completion_(std::move(completion)) {}
 
 double KLCurlExchange::secondsLeft() const {
-  const bool usable = request_.timeoutSeconds > kMinTimeoutSeconds;  // also false for no number
-  const double timeout = usable ? std::min(request_.timeoutSeconds, kMaxTimeoutSeconds) : kMinTimeoutSeconds;
-  return timeout - std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
+  return std::chrono::duration<double>(deadline_ - std::chrono::steady_clock::now()).count();
 }
 
 CURLcode KLCurlExchange::prepare(const KLHTTPSettings& settings) {

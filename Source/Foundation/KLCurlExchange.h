@@ -20,7 +20,8 @@ class KLCurlExchange {
   KLCurlExchange(const KLCurlExchange&) = delete;
   KLCurlExchange& operator=(const KLCurlExchange&) = delete;
 
-  /// What is left of the request's time-out, which began with the exchange.
+  /// When the request's time-out, which began with the exchange, is over.
+  std::chrono::steady_clock::time_point deadline() const { return deadline_; }
   double secondsLeft() const;
 
   /// Makes the easy handle ready to be added to a multi handle. CURLE_OK, or why the request cannot be sent.
@@ -55,7 +56,7 @@ class KLCurlExchange {
 
   std::atomic<State> state_ = State::Pending;
   KLHTTPRequest request_;
-  const std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+  const std::chrono::steady_clock::time_point deadline_;
   KLHTTPSession::Completion completion_;
   KLHTTPResponse response_;
   std::size_t maxBodyBytes_ = 0;

@@ -3,7 +3,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
-#include <cmath>
+#include <chrono>
 #include <deque>
 #include <iterator>
 #include <limits>
@@ -50,11 +50,13 @@ class KLCurlHTTPSession::Loop {
   }
 
   void start(Exchange exchange) {
+    bool isFirst = false;
     {
       std::lock_guard lock(mutex_);
+      isFirst = arrived_.empty();
       arrived_.push_back(std::move(exchange));
     }
-    wakeUp();
+    if (isFirst) wakeUp();  // else whoever brought the first one does
   }
 
   /// Lets go of exchanges that have been cancelled.
@@ -80,12 +82,14 @@ class KLCurlHTTPSession::Loop {
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       deliver();
-      curl_multi_poll(multi_.get(), nullptr, 0, std::min(longest, millisecondsToNextStart()), nullptr);
+      curl_multi_poll(multi_.get(), nullptr, 0, std::min(longest, millisecondsToFirstDeadline()), nullptr);
     }
     cancelAll();
   }
 
  private:
+  using Clock = std::chrono::steady_clock;
+
   bool wakeUp() { return curl_multi_wakeup(multi_.get()) == CURLM_OK; }
 
   /// False when the session ends.
@@ -98,8 +102,12 @@ class KLCurlHTTPSession::Loop {
       arrived.swap(arrived_);
       std::swap(sweeping, sweeping_);
     }
+    for (auto& exchange : arrived) {
+      firstDeadline_ = std::min(firstDeadline_, exchange->deadline());
+      waiting_.push_back(std::move(exchange));
+    }
     if (sweeping) dropCancelled();
-    std::move(arrived.begin(), arrived.end(), std::back_inserter(waiting_));
+    if (sweeping || Clock::now() >= firstDeadline_) dropOver();
     startWaiting();
     return true;
   }
@@ -108,28 +116,42 @@ class KLCurlHTTPSession::Loop {
   /// may leave exchanges waiting when one comes free.
   bool isFull() const { return active_.size() >= std::max<std::size_t>(settings_.maxExchanges, 1); }
 
-  /// Starts those whose turn it is, and lets go of those that were cancelled or have waited too long.
+  static bool isOver(const KLCurlExchange& exchange) { return exchange.isCancelled() || exchange.secondsLeft() <= 0; }
+
+  /// Starts those whose turn it is. Looks at no more than those: thousands may wait, and each of them wakes the loop.
   void startWaiting() {
+    while (!waiting_.empty() && !isFull()) {
+      Exchange next = std::move(waiting_.front());
+      waiting_.pop_front();
+      if (isOver(*next)) {
+        next->finish(CURLE_OPERATION_TIMEDOUT);
+      } else {
+        add(std::move(next));
+      }
+    }
+  }
+
+  /// Lets go of those that were cancelled, or have waited too long.
+  void dropOver() {
     std::deque<Exchange> waiting;
     waiting.swap(waiting_);
+    firstDeadline_ = Clock::time_point::max();
     for (auto& exchange : waiting) {
-      const bool over = exchange->isCancelled() || exchange->secondsLeft() <= 0;
-      if (over) {
+      if (isOver(*exchange)) {
         exchange->finish(CURLE_OPERATION_TIMEDOUT);
-      } else if (!isFull()) {
-        add(std::move(exchange));
       } else {
+        firstDeadline_ = std::min(firstDeadline_, exchange->deadline());
         waiting_.push_back(std::move(exchange));
       }
     }
   }
 
-  /// Until `startWaiting` may have something to do that nothing else wakes the loop for.
-  int millisecondsToNextStart() const {
-    if (!waiting_.empty() && !isFull()) return 0;
-    double seconds = std::numeric_limits<int>::max() / 1000;
-    for (const auto& exchange : waiting_) seconds = std::min(seconds, exchange->secondsLeft());
-    return static_cast<int>(std::ceil(std::max(seconds, 0.0) * 1000));
+  /// Until one that waits may have to be let go; nothing else wakes the loop for that.
+  int millisecondsToFirstDeadline() const {
+    using std::chrono::milliseconds;
+    if (waiting_.empty()) return std::numeric_limits<int>::max();
+    const auto left = std::chrono::ceil<milliseconds>(firstDeadline_ - Clock::now());
+    return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, std::numeric_limits<int>::max()));
   }
 
   void add(Exchange exchange) {
@@ -180,7 +202,8 @@ class KLCurlHTTPSession::Loop {
   const KLHTTPSettings settings_;
   const std::unique_ptr<CURLM, MultiDeleter> multi_;
   Active active_;
-  std::deque<Exchange> waiting_;  ///< in the order of their arrival
+  std::deque<Exchange> waiting_;                                ///< in the order of their arrival
+  Clock::time_point firstDeadline_ = Clock::time_point::max();  ///< no later than that of any in `waiting_`
 
   std::mutex mutex_;  ///< guards what follows
   std::vector<Exchange> arrived_;

@@ -2,11 +2,18 @@
 
 #include <cbor.h>
 
+#include <algorithm>
 #include <limits>
 
 #include "Foundation/KLUTF8.h"
 
 namespace kaleo {
+namespace {
+
+/// Room that is made on the word of a count: what is claimed to be larger grows as it comes.
+constexpr std::size_t kMostReserved = 64;
+
+}  // namespace
 
 struct KLCBORReader::Callbacks {
   static KLCBORReader& reader(void* context) { return *static_cast<KLCBORReader*>(context); }
@@ -74,7 +81,13 @@ void KLCBORReader::open(bool isMap, std::size_t count) {
   } else if (count == 0) {
     accept(isMap ? KLValue(KLObject{}) : KLValue(KLValue::Array{}));
   } else {
-    stack_.push_back({.isMap = isMap, .left = count});
+    Open& open = stack_.emplace_back(Open{.isMap = isMap, .left = count});
+    const std::size_t room = std::min(count, kMostReserved);
+    if (isMap) {
+      open.members.reserve(room);
+    } else {
+      open.elements.reserve(room);
+    }
   }
 }
 

@@ -28,8 +28,16 @@ KLObject KLObject::fromEntries(std::vector<Entry> entries) {
   }
   std::vector<std::uint32_t> order(entries.size());
   std::iota(order.begin(), order.end(), 0u);
-  std::stable_sort(order.begin(), order.end(),
-                   [&](std::uint32_t left, std::uint32_t right) { return entries[left].first < entries[right].first; });
+  std::sort(order.begin(), order.end(), [&](std::uint32_t left, std::uint32_t right) {
+    const int keys = entries[left].first.compare(entries[right].first);
+    return keys != 0 ? keys < 0 : left < right;
+  });
+  const auto isSameKey = [&](std::uint32_t left, std::uint32_t right) { return entries[left].first == entries[right].first; };
+  if (entries.size() >= kIndexedFrom && std::adjacent_find(order.begin(), order.end(), isSameKey) == order.end()) {
+    object.entries_ = std::move(entries);
+    object.index_ = std::move(order);
+    return object;
+  }
   // The last of equal keys gives its value to the first, which keeps its place; the others go.
   std::vector<bool> superseded(entries.size());
   for (std::size_t first = 0, next = 1; next < order.size(); ++next) {

@@ -1,5 +1,6 @@
 #include "Foundation/KLUTF8.h"
 
+#include <simdjson.h>
 #include <unicode/utf8.h>
 
 namespace kaleo {
@@ -19,6 +20,7 @@ bool stepOver(std::string_view text, std::size_t& offset) {
 }  // namespace
 
 std::size_t KLUTF8ErrorOffset(std::string_view text) {
+  if (simdjson::validate_utf8(text)) return text.size();  // nearly always, and many bytes at a time
   for (std::size_t next = 0, start = 0; next < text.size(); start = next) {
     if (!stepOver(text, next)) return start;
   }

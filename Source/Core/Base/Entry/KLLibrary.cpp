@@ -23,7 +23,7 @@ KLLibrary::KLLibrary(KLPlatform platform)
       hostStore_(*platform_.host),
       mondayCalendar_(platform_.timeZone, KLWeekday::Monday),
       sundayCalendar_(platform_.timeZone, KLWeekday::Sunday),
-      network_(session_, log_, *platform_.random),
+      network_(session_, log_, *platform_.random, platform_.directories.library),
       imageCache_(*platform_.clock, threading_, mainQueue_, platform_.directories.caches, *platform_.notificationCenter),
       imageDownloader_({session_, imageCache_, threading_, mainQueue_, log_,
                         KLUserAgent(platform_.application, platform_.presentation.screen->scale())}),

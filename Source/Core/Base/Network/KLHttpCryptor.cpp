@@ -40,6 +40,12 @@ void KLHttpCryptor::setInput(std::string input) {
   input_ = std::move(input);
 }
 
+std::optional<KLValue> KLHttpCryptor::loadEncryptInfoAtPath(const std::filesystem::path& path) { return KLKeyFile::load(path); }
+
+bool KLHttpCryptor::saveEncryptInfo(const KLValue& info, const std::filesystem::path& atPath) {
+  return KLKeyFile::save(info, atPath);
+}
+
 KLBytes KLHttpCryptor::key() const {
   std::lock_guard lock(mutex_);
   return key_;

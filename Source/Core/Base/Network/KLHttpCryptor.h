@@ -32,6 +32,11 @@ class KLHttpCryptor {
   void setInput(std::string input);
   void setupKeyAndIV();
 
+  /// Key material in a file: an object with the bytes "key" and "iv", in the form of KLKeyFile. Nothing calls these two, so that
+  /// the material lives no longer than this object. Both touch the disk; nothing or false when that fails.
+  static std::optional<KLValue> loadEncryptInfoAtPath(const std::filesystem::path& path);
+  static bool saveEncryptInfo(const KLValue& info, const std::filesystem::path& atPath);
+
   KLBytes key() const;
   KLBytes iv() const;
   KLBytes salt() const;

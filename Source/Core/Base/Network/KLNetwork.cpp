@@ -33,8 +33,13 @@ void appendQuery(std::string& url, const std::string& query) {
 
 }  // namespace
 
-KLNetwork::KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, std::filesystem::path library)
+KLNetwork::KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, const std::filesystem::path& library)
     : session_(session), log_(log), keyPath_(library / kKeyFileName), lazyCryptor_(random) {}
+
+const std::vector<std::string>& KLNetwork::endPointsToEncrypt() {
+  static const std::vector<std::string> endPoints = {"fetch_popup_configs", "test_popup_window", "report_user_diagnose_logs"};
+  return endPoints;
+}
 
 KLHttpCryptor& KLNetwork::cryptor() {
   std::call_once(cryptorReady_, [this] { lazyCryptor_.setKeyFile(keyPath_); });

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Core/Base/Log/KLLog.h"
 #include "Core/Base/Network/KLHttpCryptor.h"
@@ -34,7 +35,7 @@ class KLNetwork {
   using Failure = std::function<void(std::optional<KLError> error)>;
 
   /// `library`: the user's directory for key files.
-  KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, std::filesystem::path library = {});
+  KLNetwork(KLHTTPSession& session, const KLLog& log, KLRandom& random, const std::filesystem::path& library = {});
 
   /// `parameters` is an object, or null for none.
   std::shared_ptr<KLHTTPTask> GET(const std::string& url, const KLValue* parameters, Success success, Failure failure);
@@ -44,6 +45,10 @@ class KLNetwork {
 
   /// The request that `request` sends.
   KLHTTPRequest requestWith(const std::string& url, KLHTTPMethod method, const KLValue* parameters);
+  /// The server's logical endpoints that are meant for encryption. Kept for a release that encrypts; nothing is decided by it.
+  static const std::vector<std::string>& endPointsToEncrypt();
+  /// Where the cryptor's key file would be.
+  const std::filesystem::path& keyPath() const { return keyPath_; }
   /// Request bodies are never encrypted in this release; the envelope stays ready.
   bool shouldEncryptRequest(const KLHTTPRequest& request) const;
   /// The body to parse: that of the answer, or its decrypted payload (nothing when that fails).

@@ -6,6 +6,7 @@
 
 #include "Core/Base/Network/CountingRandom.h"
 #include "Foundation/KLJSON.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace kaleo {
 namespace {
@@ -87,6 +88,20 @@ TEST_F(KLHttpCryptorTest, WhatIsNotItsOwnDecryptsToNothing) {
   const auto noText = cryptor.encryptData({0xFF, 0xFE});
   EXPECT_EQ(cryptor.decryptData(*noText), (KLBytes{0xFF, 0xFE}));
   EXPECT_FALSE(cryptor.decryptString(std::string(noText->begin(), noText->end())).has_value());
+}
+
+TEST_F(KLHttpCryptorTest, KeyMaterialGoesThroughAFileThatIsItsOwnersAlone) {
+  const TemporaryDirectory directory;
+  const auto file = directory / "KLNetworkAES";
+  EXPECT_FALSE(KLHttpCryptor::loadEncryptInfoAtPath(file).has_value());
+  const KLValue info(KLObject{{"key", bytes("0123456789abcdef")}, {"iv", bytes("fedcba9876543210")}});
+  ASSERT_TRUE(KLHttpCryptor::saveEncryptInfo(info, file));
+  EXPECT_EQ(KLHttpCryptor::loadEncryptInfoAtPath(file), info);
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+  cryptor.setKeyFile(file);
+  EXPECT_NE(cryptor.key(), bytes("0123456789abcdef")) << "the material is this process's own";
+  EXPECT_EQ(KLHttpCryptor::loadEncryptInfoAtPath(file), info);
+  EXPECT_FALSE(KLHttpCryptor::saveEncryptInfo(info, file / "below")) << "that is no directory";
 }
 
 TEST_F(KLHttpCryptorTest, TheEnvelopeHoldsSaltVectorAndCipherText) {

@@ -16,14 +16,9 @@ std::optional<KLCampaignTest> KLCampaignTest::withURL(const std::string& url) {
   return test;
 }
 
-bool KLCampaignTest::handle(const std::string& apiBaseURL, KLNetwork& network, const NBBridge& bridge,
-                            Completion completion) const {
-  if (!test_ || windowId_.empty()) return false;
+void KLCampaignTest::fetch(const std::string& apiBaseURL, KLNetwork& network, const NBBridge& bridge, Completion completion) const {
   const auto base = KLURL::parse(apiBaseURL);
-  if (!base) {
-    completion(nullptr);
-    return true;
-  }
+  if (!base) return completion(nullptr);
   KLObject parameters{{"project", bridge.project()}, {"sdk_version", kKLSDKVersion}, {"platform", "IOS"}};
   if (const auto distinctId = bridge.distinctId()) parameters.set("distinct_id", *distinctId);
   const KLValue query = std::move(parameters);
@@ -31,7 +26,6 @@ bool KLCampaignTest::handle(const std::string& apiBaseURL, KLNetwork& network, c
       base->appendingPath(kPopupWindows).appendingPathComponent(windowId_).absoluteString(), &query,
       [completion](std::optional<KLValue> reply) { completion(reply ? &*reply : nullptr); },
       [completion](const auto&) { completion(nullptr); });
-  return true;
 }
 
 }  // namespace kaleo

@@ -13,14 +13,16 @@ namespace kaleo {
 /// A deep link that asks for a test popup: host "popupwindow", query "kl_popup_test" and "popup_window_id".
 class KLCampaignTest {
  public:
-  /// The server's reply, or null when there is none. Runs on the network's thread, or inside `handle` when nothing can be asked.
+  /// The server's reply, or null when there is none. Runs on the network's thread, or inside `fetch` when nothing can be asked.
   using Completion = std::function<void(const KLValue* reply)>;
 
   /// Nothing unless the URL's host is "popupwindow".
   static std::optional<KLCampaignTest> withURL(const std::string& url);
 
-  /// Fetches the popup window when the link's test flag is true and its id is not empty; answers whether it did.
-  bool handle(const std::string& apiBaseURL, KLNetwork& network, const NBBridge& bridge, Completion completion) const;
+  /// Whether the link's test flag is true and its id is not empty.
+  bool asksForPopup() const { return test_ && !windowId_.empty(); }
+  /// Asks the server for the popup window. Asks the host who its user is.
+  void fetch(const std::string& apiBaseURL, KLNetwork& network, const NBBridge& bridge, Completion completion) const;
 
  private:
   bool test_ = false;

@@ -6,7 +6,9 @@
 namespace kaleo {
 
 std::shared_ptr<KLManager> KLManager::create(KLManagerSurroundings surroundings) {
-  return std::shared_ptr<KLManager>(new KLManager(std::move(surroundings)));
+  const std::shared_ptr<KLManager> manager(new KLManager(std::move(surroundings)));
+  manager->addListeners();
+  return manager;
 }
 
 KLManager::KLManager(KLManagerSurroundings surroundings)
@@ -49,7 +51,11 @@ void KLManager::changePlans(NeededEvents needed, std::function<void(KLManager&)>
   triggerQueue_->async([weak = weak_from_this(), work = std::move(work), place] {
     const auto self = weak.lock();
     if (!self) return;
-    if (!self->stopped_) work(*self);
+    try {
+      if (!self->stopped_) work(*self);
+    } catch (...) {  // such as for want of memory or threads; what has been changed so far holds
+      self->around_.log.error("the plans could not be changed");
+    }
     std::lock_guard lock(self->planChangesMutex_);
     self->planChanges_.erase(place);
   });
@@ -118,7 +124,8 @@ void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
   triggerQueue_->async([weak = weak_from_this(), record = *userInfo] {
     const auto self = weak.lock();
     if (!self || self->stopped_) return;
-    if (KLTrigger* const trigger = self->trigger_) trigger->triggerEvent(record, self->around_.time.clock.now());
+    if (KLTrigger* const trigger = self->trigger_) return trigger->triggerEvent(record, self->around_.time.clock.now());
+    KLTrigger::shouldHandleEvent(KLEventName(record), nullptr, self->around_.log);  // before the start: only its log lines
   });
 }
 
@@ -135,7 +142,7 @@ bool KLManager::mayConcernPlans(const KLValue& record) const {
     }
   }
   const KLTrigger* const trigger = trigger_;
-  return !trigger || (name.isPresent() && trigger->isNeededEvent(name.text()));
+  return trigger && name.isPresent() && trigger->isNeededEvent(name.text());
 }
 
 void KLManager::switchUser() {
@@ -151,7 +158,7 @@ void KLManager::applicationDidEnterBackground() {
   triggerQueue_->async([weak = weak_from_this()] {
     const auto self = weak.lock();
     if (!self) return;
-    self->appRelaunched_ = true;
+    self->appRelaunched_ = self->inBackground_ = true;
     self->timer_.reset();
     if (self->ownedTrigger_) self->ownedTrigger_->convertResults().stop();
   });
@@ -160,7 +167,9 @@ void KLManager::applicationDidEnterBackground() {
 void KLManager::applicationDidBecomeActive() {
   triggerQueue_->async([weak = weak_from_this()] {
     const auto self = weak.lock();
-    if (!self || self->stopped_ || !self->appRelaunched_) return;
+    if (!self || self->stopped_) return;
+    self->inBackground_ = false;
+    if (!self->appRelaunched_) return;
     const auto options = self->options();
     if (!options) {
       self->around_.log.error("Kaleo Config optons was nil, you must initialize Kaleo SDK correctly");
@@ -174,13 +183,13 @@ void KLManager::applicationDidBecomeActive() {
 
 void KLManager::applicationDidFinishLaunching() {
   triggerQueue_->async([weak = weak_from_this()] {
-    if (const auto self = weak.lock()) self->appRelaunched_ = false;
+    if (const auto self = weak.lock()) self->appRelaunched_ = self->inBackground_ = false;
   });
 }
 
 // Calls of the application
 
-void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion) {
+void KLManager::fetchCampaignsWithCompletion(OnResponse completion) {
   completion = [given = std::move(completion)](const KLCampaignResponse& response) {
     try {
       if (given) given(response);
@@ -194,9 +203,17 @@ void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaign
     return;
   }
   around_.log.info("Start fetching popup plans config");
+  // Elsewhere, as the host is asked for its user and may take its time.
+  around_.threading.backgroundQueue()->async([weak = weak_from_this(), completion = std::move(completion)] {
+    if (const auto self = weak.lock()) self->fetchOnDemand(completion);
+  });
+}
+
+void KLManager::fetchOnDemand(const OnResponse& completion) {
+  const std::uint64_t switches = userSwitches_;
   fetcher_.fetchCampaignsWithSuccess(
       options()->apiBaseURL(),
-      [weak = weak_from_this(), completion, switches = userSwitches_.load()](const auto& response, auto config) {
+      [weak = weak_from_this(), completion, switches](const auto& response, auto config) {
         if (const auto self = weak.lock()) {
           FetchResult result{std::move(config), switches};
           auto needed = neededEvents(result);
@@ -214,18 +231,25 @@ void KLManager::fetchCampaignsWithCompletion(std::function<void(const KLCampaign
 bool KLManager::handleOpenURL(const std::string& url) {
   around_.log.info("Handle open url: {}", url);
   const auto test = KLCampaignTest::withURL(url);
-  const auto opts = options();
-  if (!test || !opts) return false;
-  return test->handle(opts->apiBaseURL(), around_.network, around_.bridge, [weak = weak_from_this(), url](const KLValue* reply) {
+  if (!test || !test->asksForPopup() || !options()) return false;
+  // Elsewhere, as the host is asked for its user and may take its time.
+  around_.threading.backgroundQueue()->async([weak = weak_from_this(), test = *test, url] {
     const auto self = weak.lock();
     if (!self) return;
-    if (!reply || !reply->isObject()) return self->around_.log.error("No test popup window came for url: {}", url);
-    const auto show = self->presentation().showTestCampaign;
-    if (!show) return;
-    const KLValue* const name = reply->find("name");
-    auto title = name && name->isString() ? std::optional(name->asString()) : std::nullopt;
-    show(std::make_shared<KLCampaign>(std::nullopt, std::move(title), std::nullopt, *reply));
+    test.fetch(self->options()->apiBaseURL(), self->around_.network, self->around_.bridge, [weak, url](const KLValue* reply) {
+      if (const auto manager = weak.lock()) manager->showTestPopup(url, reply);
+    });
   });
+  return true;
+}
+
+void KLManager::showTestPopup(const std::string& url, const KLValue* reply) const {
+  if (!reply || !reply->isObject()) return around_.log.error("No test popup window came for url: {}", url);
+  const auto show = presentation().showTestCampaign;
+  if (!show) return;
+  const KLValue* const name = reply->find("name");
+  auto title = name && name->isString() ? std::optional(name->asString()) : std::nullopt;
+  show(std::make_shared<KLCampaign>(std::nullopt, std::move(title), std::nullopt, *reply));
 }
 
 }  // namespace kaleo

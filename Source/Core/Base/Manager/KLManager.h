@@ -30,16 +30,18 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   /// How long the start waits for the first answer of the server, in seconds.
   static constexpr double kStartTimeout = 30;
 
+  /// Listens to the host and the application from here on.
   static std::shared_ptr<KLManager> create(KLManagerSurroundings surroundings);
   ~KLManager();
   KLManager(const KLManager&) = delete;
   KLManager& operator=(const KLManager&) = delete;
 
-  /// Posts the start sequence and begins to listen. Once.
+  /// Posts the start sequence. Once.
   void startWithConfigOptions(std::shared_ptr<KLConfigOptions> options);
+  using OnResponse = std::function<void(const KLCampaignResponse&)>;
   /// Fetches the configuration on demand. `completion` runs on the network's thread, possibly before the answer is in force; before
   /// the start is complete it runs at once with error 1007.
-  void fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion);
+  void fetchCampaignsWithCompletion(OnResponse completion);
   /// Shows a test popup when `url` asks for one.
   bool handleOpenURL(const std::string& url);
 
@@ -93,6 +95,11 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   /// What the plans of an answer listen to.
   static NeededEvents neededEvents(const FetchResult& result);
 
+  /// What the application asks for, on the background queue.
+  void fetchOnDemand(const OnResponse& completion);
+  /// `reply`: the server's to the test popup that `url` asked for; null when there was none.
+  void showTestPopup(const std::string& url, const KLValue* reply) const;
+
   // Refresh.
   void fetchPopupConfig();
   void fetch(OnFetched onFetched);
@@ -120,7 +127,8 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
   std::vector<KLNotificationCenter::Token> tokens_;
 
   // Trigger queue only; declared in the order of need, so that what uses goes before what is used.
-  bool appRelaunched_ = false;
+  bool appRelaunched_ = false;  ///< has been in the background, and no return has been dealt with since
+  bool inBackground_ = false;
   std::unique_ptr<KaleoDataStore> store_;
   std::unique_ptr<KLTrigger> ownedTrigger_;
   std::atomic<KLTrigger*> trigger_{nullptr};  ///< any thread, null before the start

@@ -3,11 +3,10 @@
 namespace kaleo {
 
 void KLManager::fetch(OnFetched onFetched) {
-  const auto opts = options();
-  if (!opts) return;
+  const auto opts = options();  // none before the start: nothing is sent then, and the log says why
   const std::uint64_t switches = userSwitches_;
   fetcher_.fetchCampaignsWithSuccess(
-      opts->apiBaseURL(),
+      opts ? opts->apiBaseURL() : std::string(),
       [weak = weak_from_this(), onFetched, switches](const auto&, auto config) {
         const auto self = weak.lock();
         if (!self) return;
@@ -44,7 +43,7 @@ KLManager::NeededEvents KLManager::neededEvents(const FetchResult& result) {
 }
 
 void KLManager::install(const FetchResult& result) {
-  if (!result.config || result.userSwitch != userSwitches_) return;
+  if (!installer_ || !result.config || result.userSwitch != userSwitches_) return;
   installer_->setPopupConfig(result.config, *options(), presentation());
 }
 
@@ -55,7 +54,7 @@ void KLManager::applyFetched(const FetchResult& result) {
 
 // An answer that comes while the application is in the background starts no timer; the return does.
 void KLManager::fetchPopupConfigWithInterval(double seconds) {
-  if (appRelaunched_) return;
+  if (inBackground_) return;
   if (timer_ && seconds == options()->fetchPlansInterval()) return;
   makeTimer(seconds, seconds);
 }

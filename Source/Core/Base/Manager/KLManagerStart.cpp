@@ -19,7 +19,6 @@ void KLManager::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options)
     KLSwizzler::swizzle(self.around_.host);
     self.runStartSequence();
   });
-  addListeners();
 }
 
 void KLManager::runStartSequence() {

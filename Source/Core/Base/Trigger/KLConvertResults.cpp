@@ -31,9 +31,8 @@ void KLConvertResults::loadUnConvertedWindowUUIDs() {
   const double now = around_.time.clock.now();
   for (const auto& plan : planManager_.sortedPlans()) {
     const auto& window = plan->convertWindow();
-    if (!window || plan->isConverted() || window->isFinished(now)) continue;
-    const std::string uuid = window->uuid.value_or("");
-    if (std::find(uuids_.begin(), uuids_.end(), uuid) == uuids_.end()) uuids_.push_back(uuid);
+    if (!window || !window->uuid || plan->isConverted() || window->isFinished(now)) continue;
+    if (std::find(uuids_.begin(), uuids_.end(), *window->uuid) == uuids_.end()) uuids_.push_back(*window->uuid);
   }
 }
 

@@ -1,7 +1,6 @@
 #include "Core/Base/Trigger/KLTrigger.h"
 
 #include "Core/Base/Trigger/KLLastCampaign.h"
-#include "Core/Model/KLEventName.h"
 
 namespace kaleo {
 
@@ -71,12 +70,14 @@ void KLTrigger::triggerEvent(const KLValue& record, double triggerTime) {
   if (stopped_) return;
   triggerTime_ = triggerTime;
   const KLEventName name(record);
-  around_.log.info("Start event triggle for event name: {}", name.text());
-  if (!name.isPresent() || !planManager_.isNeededEvent(name.text())) {
-    around_.log.info("This event does not need to resolve as it is not includes in plans");
-    return;
-  }
-  handleEvent(record, name.text());
+  if (shouldHandleEvent(name, &planManager_, around_.log)) handleEvent(record, name.text());
+}
+
+bool KLTrigger::shouldHandleEvent(const KLEventName& name, const KLPlanManager* plans, const KLLog& log) {
+  log.info("Start event triggle for event name: {}", name.text());
+  if (plans && name.isPresent() && plans->isNeededEvent(name.text())) return true;
+  log.info("This event does not need to resolve as it is not includes in plans");
+  return false;
 }
 
 void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {

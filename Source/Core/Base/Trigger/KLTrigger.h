@@ -10,6 +10,7 @@
 #include "Core/Base/Trigger/KLGlobalWindows.h"
 #include "Core/Base/Trigger/KLPlanChecks.h"
 #include "Core/Base/Trigger/KLTriggerSurroundings.h"
+#include "Core/Model/KLEventName.h"
 #include "Core/Window/KLPlanManager.h"
 
 namespace kaleo {
@@ -26,8 +27,10 @@ class KLTrigger {
   KLTrigger(const KLTrigger&) = delete;
   KLTrigger& operator=(const KLTrigger&) = delete;
 
-  /// Runs an event record through the plans. `triggerTime`: when the event was tracked, seconds since 1970.
+  /// Runs an event record through the plans. `triggerTime`: when its turn has come, seconds since 1970.
   void triggerEvent(const KLValue& record, double triggerTime);
+  /// Whether any of the plans (null: there are none) listens to an event of that name. The log hears of the event, and of a no.
+  static bool shouldHandleEvent(const KLEventName& name, const KLPlanManager* plans, const KLLog& log);
   /// Installs a configuration. The plans of the one before cannot fire any more.
   void setPopupConfig(std::shared_ptr<const KLPopupConfig> config);
   /// Takes all plans out of memory; the rest of the configuration stays.

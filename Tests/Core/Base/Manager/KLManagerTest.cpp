@@ -57,7 +57,10 @@ class KLManagerTest : public testing::CoreFixture {
                                                                 notifications.post(kCampaignDidEndNotification);
                                                               },
                                                               [this](auto campaign) { tests.push_back(campaign); },
-                                                              [this](const auto& urls) { images.push_back(urls); }};
+                                                              [this](const auto& urls) {
+                                                                images.push_back(urls);
+                                                                if (downloadFails) throw std::runtime_error("download");
+                                                              }};
                                  },
                                  [this] { return recorder; }});
   }
@@ -77,6 +80,11 @@ class KLManagerTest : public testing::CoreFixture {
     threads.mainQueue()->asyncAfter(1, [this, first] { reply(first); });
     start();
   }
+  /// The application asks for a fetch, whose request goes out.
+  void fetch(KLManager::OnResponse completion = {}) {
+    manager->fetchCampaignsWithCompletion(std::move(completion));
+    threads.run();
+  }
   void reply(const KLValue& value) { replyTo(session.size() - 1, value); }
   void replyTo(std::size_t exchange, const KLValue& value) {
     const std::string text = KLJSON::serialize(value);
@@ -93,6 +101,7 @@ class KLManagerTest : public testing::CoreFixture {
   std::vector<std::string> shown;
   std::vector<std::shared_ptr<KLCampaign>> tests;
   std::vector<std::vector<std::string>> images;
+  bool downloadFails = false;
 };
 
 TEST_F(KLManagerTest, StartFetchesAndEventsOfTheStartMeetTheFirstAnswer) {
@@ -258,7 +267,7 @@ TEST_F(KLManagerTest, EventsThatNoPlanCanMeetAreNotQueuedUnlessALoggerIsToBeTold
 TEST_F(KLManagerTest, AnEventMeetsThePlansThatItsTurnInTheQueueBrings) {
   host.registry.registerNBLog(nullptr);
   startWith(answer({plan(1, "Pay")}));
-  manager->fetchCampaignsWithCompletion({});
+  fetch();
   reply(answer({plan(2, "Open")}));
   notifications.post(kNimbraTrackEventNotification, event("Open"));
   threads.run();
@@ -267,6 +276,50 @@ TEST_F(KLManagerTest, AnEventMeetsThePlansThatItsTurnInTheQueueBrings) {
   notifications.post(kNimbraTrackEventNotification, event("Open"));
   threads.run();
   EXPECT_THAT(shown, ElementsAre("2")) << "behind the login that empties the plans";
+}
+
+TEST_F(KLManagerTest, AConfigurationOnItsWayLetsInOnlyEventsThatItListensTo) {
+  const auto letIn = [this](std::initializer_list<const char*> names) {
+    host.registry.registerNBLog(nullptr);
+    for (const char* const name : names) notifications.post(kNimbraTrackEventNotification, event(name));
+    host.registry.registerNBLog(host.log);
+    host.log->clear();
+    threads.run();
+    std::vector<std::string> met;
+    for (const char* const name : names) {
+      if (host.log->contains(std::string("Start event triggle for event name: ") + name)) met.emplace_back(name);
+    }
+    return met;
+  };
+  startWith(answer({plan(1, "Pay")}));
+  fetch();
+  reply(answer({plan(2, "Open"), plan(3, "Leave", R"({"status": "PAUSED"})")}));
+  EXPECT_THAT(letIn({"Elsewhere", "Pay", "Open", "Leave"}), ElementsAre("Pay", "Open", "Leave"));
+  EXPECT_THAT(shown, ElementsAre("2"));
+  EXPECT_THAT(letIn({"Elsewhere", "Pay", "Open", "Leave"}), ElementsAre("Open", "Leave")) << "once it is in force";
+
+  downloadFails = true;
+  fetch();
+  reply(answer({plan(4, "Later")}));
+  EXPECT_THAT(letIn({"Elsewhere", "Open", "Later"}), ElementsAre("Open", "Later"));
+  EXPECT_THAT(letIn({"Elsewhere", "Open", "Later"}), ElementsAre("Later")) << "nor does one that could not be put into force whole";
+}
+
+TEST_F(KLManagerTest, NotificationsBeforeTheStartAreHeardAndSpoilNothing) {
+  notifications.post(kKLApplicationDidEnterBackgroundNotification);
+  notifications.post(kKLApplicationDidBecomeActiveNotification);
+  notifications.post(kNimbraTrackLoginNotification);
+  track("Pay");
+  EXPECT_THAT(host.log->messages(1),
+              ElementsAre("Kaleo Config optons was nil, you must initialize Kaleo SDK correctly", "Invalid api base url:  "));
+  EXPECT_TRUE(host.log->contains("Start event triggle for event name: Pay"));
+  EXPECT_TRUE(host.log->contains("This event does not need to resolve as it is not includes in plans"));
+  EXPECT_EQ(session.size(), 0u);
+  startWith(answer({plan(1, "Pay")}));
+  track("Pay");
+  EXPECT_THAT(shown, ElementsAre("1"));
+  threads.advance(600);
+  EXPECT_EQ(session.size(), 2u) << "the application is in front, so the configuration is kept fresh";
 }
 
 TEST_F(KLManagerTest, AnswerInTheBackgroundIsInstalledAndStartsNoTimer) {
@@ -290,7 +343,7 @@ TEST_F(KLManagerTest, FetchOnDemandAnswersItsCaller) {
   EXPECT_EQ(responses[0].error, KLError::kaleo(KLError::NotInitialized, "You should not invoke this function before SDK init"));
 
   startWith(answer({}));
-  manager->fetchCampaignsWithCompletion(keep);
+  fetch(keep);
   reply(answer({plan(1, "Pay")}));
   ASSERT_EQ(responses.size(), 2u);
   EXPECT_TRUE(responses[1].success);
@@ -299,7 +352,7 @@ TEST_F(KLManagerTest, FetchOnDemandAnswersItsCaller) {
   track("Pay");
   EXPECT_THAT(shown, ElementsAre("1"));
 
-  manager->fetchCampaignsWithCompletion(keep);
+  fetch(keep);
   session.answer(session.size() - 1, KLBytes{}, 503);
   EXPECT_FALSE(responses[2].success);
   EXPECT_EQ(responses[2].error, std::nullopt);
@@ -352,8 +405,10 @@ TEST_F(KLManagerTest, DeepLinkShowsATestPopup) {
   EXPECT_FALSE(manager->handleOpenURL("app://elsewhere?kl_popup_test=true&popup_window_id=12"));
   EXPECT_FALSE(manager->handleOpenURL("app://popupwindow?kl_popup_test=true&popup_window_id="));
   EXPECT_FALSE(manager->handleOpenURL("no url"));
+  threads.run();
   EXPECT_EQ(session.size(), 1u);
   EXPECT_TRUE(manager->handleOpenURL("app://popupwindow?kl_popup_test=true&popup_window_id=..%2F12"));
+  threads.run();
   ASSERT_EQ(session.size(), 2u);
   EXPECT_THAT(session[1].request.url, ::testing::StartsWith("http://server/api/klo/popup_windows/..%2F12?distinct_id=user-1&"));
   reply(KLObject{{"name", "Trial"}, {"content", "{}"}});
@@ -361,6 +416,7 @@ TEST_F(KLManagerTest, DeepLinkShowsATestPopup) {
   EXPECT_EQ(tests[0]->name, "Trial");
   EXPECT_EQ(tests[0]->planID, std::nullopt);
   EXPECT_TRUE(manager->handleOpenURL("app://popupwindow?kl_popup_test=1&popup_window_id=13"));
+  threads.run();
   reply(KLValue::Array{});
   EXPECT_EQ(tests.size(), 1u);
   EXPECT_TRUE(host.log->contains("No test popup window came for url: app://popupwindow?kl_popup_test=1&popup_window_id=13"));

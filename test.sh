@@ -11,6 +11,8 @@ set -euo pipefail
 cd "$(dirname "$0")"
 
 scripts/bootstrap.sh core qt test
+# Ten seconds, once; without them their tests are skipped, and say so.
+timeout 120 scripts/fetch_picture_suites || true
 [ $# -gt 0 ] || set -- dev tsan no-qt
 
 for preset in "$@"; do

@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that a build needs and that are missing. Safe to run again: it does nothing when all are there.
 #
-#   scripts/bootstrap.sh [core|qt|test|bench]...     default: core qt test
+#   scripts/bootstrap.sh [core|qt|test|bench|web]...     default: core qt test
 #
 #   core  the library, its command line tool and their build
 #   qt    the Qt 6 presentation back end and the example application
 #   test  what only the tests need
 #   bench what only the benchmarks need
+#   web   Qt WebEngine (some 70 MB more), for libkaleo-qt-web
 set -euo pipefail
 
 core=(g++ cmake ninja-build ccache pkg-config
@@ -17,6 +18,7 @@ core=(g++ cmake ninja-build ccache pkg-config
 qt=(qt6-base-dev libgl-dev fonts-wqy-microhei)
 test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 nghttp2-server xvfb xdotool)
 bench=(libbenchmark-dev)
+web=(qt6-webengine-dev)
 
 [ $# -gt 0 ] || set -- core qt test
 wanted=()
@@ -26,7 +28,8 @@ for group in "$@"; do
     qt)    wanted+=("${qt[@]}") ;;
     test)  wanted+=("${test[@]}") ;;
     bench) wanted+=("${bench[@]}") ;;
-    *) echo "bootstrap: unknown group '$group' (known: core qt test bench)" >&2; exit 2 ;;
+    web)   wanted+=("${web[@]}") ;;
+    *) echo "bootstrap: unknown group '$group' (known: core qt test bench web)" >&2; exit 2 ;;
   esac
 done
 

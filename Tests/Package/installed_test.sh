@@ -10,7 +10,7 @@ here=$(cd "$(dirname "$0")" && pwd)
 cmake --install "$build" --prefix "$work/first" >"$work/install.log" || fail "$(cat "$work/install.log")"
 mv "$work/first" "$work/prefix"
 
-stray=$(cd "$work/prefix" && find . -name '*.h' -not -path './include/kaleo/*' -not -path './include/kaleo-qt/*' -not -path './include/kaleo-diagnosis/*')
+stray=$(cd "$work/prefix" && find . -name '*.h' -not -path './include/kaleo/*' -not -path './include/kaleo-qt/*' -not -path './include/kaleo-qt-web/*' -not -path './include/kaleo-diagnosis/*')
 [ -z "$stray" ] || fail "private headers are installed: $stray"
 [ -f "$work/prefix/share/kaleo/Kaleo.bundle/placeholder.png" ] || fail "the resources are missing"
 if [ -x "$build/bin/kaleo" ]; then "$work/prefix/bin/kaleo" --version | grep -qF "$version" || fail "the kaleo command does not run"; fi

@@ -3,13 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QElapsedTimer>
 #include <QWidget>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "Platform/Qt/RunUntil.h"
 #include "kaleo-qt/KLQtPlatform.h"
 #include "kaleo/KLView.h"
 
@@ -58,18 +58,6 @@ class RecordingObserver final : public KLPopupWindowObserver {
     if (onCall) onCall(call);
   }
 };
-
-/// Runs the event loop until `condition` holds; false when it does not within some seconds.
-inline bool runUntil(const std::function<bool()>& condition) {
-  constexpr int kPatienceMilliseconds = 10'000;
-  QElapsedTimer elapsed;
-  elapsed.start();
-  while (!condition()) {
-    if (elapsed.hasExpired(kPatienceMilliseconds)) return false;
-    QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-  }
-  return true;
-}
 
 /// An application's window with a popup window for it.
 class QtStage : public testing::Test {

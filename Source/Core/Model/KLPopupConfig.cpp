@@ -64,9 +64,9 @@ std::string KLPopupConfig::base64EncodedConfig(const KLValue* data) {
 void KLPopupConfig::setUser(const KaleoUser& newUser) {
   user = newUser;
   for (auto& plan : popupPlanModels) {
-    auto copy = std::make_shared<KLPopupPlanModel>(*plan);
-    copy->user = newUser;
-    plan = std::move(copy);
+    if (plan.use_count() > 1) plan = std::make_shared<KLPopupPlanModel>(*plan);
+    // Made here or by the parser, so not const by itself, and nobody else has it.
+    std::const_pointer_cast<KLPopupPlanModel>(plan)->user = newUser;
   }
 }
 

@@ -51,7 +51,7 @@ class KLPopupConfig {
   /// Base64, in lines of 64 characters, of the pretty JSON of an object; "" for anything else.
   static std::string base64EncodedConfig(const KLValue* data);
 
-  /// Sets the user here and in every plan (the plans are copied, as they may be shared).
+  /// Sets the user here and in every plan (a plan that another configuration shares is copied).
   void setUser(const KaleoUser& user);
   /// A copy: everything but the original and `diagnosticCondition`.
   std::shared_ptr<KLPopupConfig> copy() const;

@@ -45,6 +45,10 @@ class KALEO_API KLPopupWindowObserver {
   /// A wheel or two-finger scroll of `deltaY` points at `point`; positive shows what lies further down.
   virtual void windowScroll(KLPoint point, double deltaY) = 0;
   virtual void windowKey(KLKey key) = 0;
+  /// Assistive technology taps `view`, a view of the tree that takes taps.
+  virtual void windowPress(KLView& view) = 0;
+  /// Assistive technology gives the keyboard's focus to `view`, a view of the tree with an action.
+  virtual void windowFocus(KLView& view) = 0;
   /// A frame that was asked for with `requestFrame`; `time` is in seconds on the back end's monotonic frame clock.
   virtual void windowFrame(double time) = 0;
   /// The application's window that this one covered is gone; nothing can be shown any more.

@@ -11,11 +11,19 @@
 #include "kaleo/KLExport.h"
 #include "kaleo/KLGeometry.h"
 #include "kaleo/KLImage.h"
+#include "kaleo/KaleoActionModel.h"
 
 namespace kaleo {
 
 class KLPopupActionModel;
 class KLPopupElementModel;
+
+/// What a view is to those who do not see it, beyond its kind and its text. A back end puts it into words.
+struct KLAccessibility {
+  std::string label;                        ///< names a view that shows no text, UTF-8; the root's is the popup's name
+  std::optional<KLPopupActionType> action;  ///< the first thing that a tap does; none where a tap does nothing
+  bool isLink = false;                      ///< a Button that reads as a link
+};
 
 /// One node of a retained view tree: what a popup looks like, without a toolkit. The library builds and changes the tree; a back
 /// end draws it and never changes it.
@@ -85,6 +93,7 @@ class KALEO_API KLView {
   std::shared_ptr<const KLPopupElementModel> elementModel;
   std::vector<std::shared_ptr<const KLPopupActionModel>> popupActions;
   bool userInteractionEnabled = false;  ///< takes taps
+  KLAccessibility accessibility;
 
   /// Says that this view looks different now. Reaches the root's `onDisplayNeeded`.
   void setNeedsDisplay();

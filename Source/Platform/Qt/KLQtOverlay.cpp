@@ -13,6 +13,7 @@
 #include <cmath>
 #include <utility>
 
+#include "KLQtAccessiblePopup.h"
 #include "KLQtInput.h"
 
 namespace kaleo {
@@ -90,12 +91,15 @@ KLQtOverlay::KLQtOverlay(QWidget& window, std::shared_ptr<KLQtPainter> painter)
     setAttribute(Qt::WA_DontCreateNativeAncestors);
     setAttribute(Qt::WA_NativeWindow);
   }
+  accessible_ = KLQtAccessiblePopup::attach(*this);
   frameTimer_.setSingleShot(true);
   frameTimer_.setTimerType(Qt::PreciseTimer);
   connect(&frameTimer_, &QTimer::timeout, this, [this] {
     if (observer_) observer_->windowFrame(frameClock());
   });
 }
+
+KLQtOverlay::~KLQtOverlay() { KLQtAccessiblePopup::detach(accessible_); }
 
 void KLQtOverlay::present(KLView& root, KLPopupWindowObserver& observer, std::function<void()> lost) {
   closeOpenMenus();
@@ -108,10 +112,12 @@ void KLQtOverlay::present(KLView& root, KLPopupWindowObserver& observer, std::fu
   observer_ = &observer;
   lost_ = std::move(lost);
   layOut();
+  if (observer_) KLQtAccessiblePopup::tellShown(*this);
 }
 
 void KLQtOverlay::dismiss() {
   if (!observer_) return;
+  KLQtAccessiblePopup::tellHiding(*this);
   observer_ = nullptr;
   root_ = nullptr;
   lost_ = nullptr;
@@ -153,6 +159,23 @@ void KLQtOverlay::requestFrame() {
 void KLQtOverlay::setNeedsDisplay() {
   painter_->recycle(std::exchange(picture_, {}));
   update();
+  if (root_) KLQtAccessiblePopup::tellFocus(*this);
+}
+
+void KLQtOverlay::pressFor(KLView& view) {
+  if (observer_) observer_->windowPress(view);
+}
+
+void KLQtOverlay::focusFor(KLView& view) {
+  if (!observer_) return;
+  setFocus(Qt::OtherFocusReason);
+  observer_->windowFocus(view);
+}
+
+void KLQtOverlay::scrollFor(KLView& view, double pages) {
+  const KLRect frame = view.frameInRoot();
+  const KLPoint centre{frame.x + frame.width / 2, frame.y + frame.height / 2};
+  if (observer_) observer_->windowScroll(centre, pages * frame.height);
 }
 
 void KLQtOverlay::layOut() {

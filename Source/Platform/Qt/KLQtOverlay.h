@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QAccessible>
 #include <QPointer>
 #include <QTimer>
 #include <QWidget>
@@ -33,6 +34,14 @@ class KLQtOverlay final : public QWidget {
 
   void requestFrame();
   void setNeedsDisplay();
+  void setNeedsPlacement() { update(); }
+
+  /// The tree shown; null once dismissed.
+  KLView* root() const { return root_; }
+  /// What assistive technology asks for: a tap on `view` of the tree, the focus on it, its text scrolled by `pages`.
+  void pressFor(KLView& view);
+  void focusFor(KLView& view);
+  void scrollFor(KLView& view, double pages);
 
  protected:
   bool event(QEvent* event) override;
@@ -66,6 +75,7 @@ class KLQtOverlay final : public QWidget {
   QTimer frameTimer_;
   QSize laidOutSize_;
   QImage picture_;  ///< the tree as drawn last; null when it has to be drawn anew
+  QAccessible::Id accessible_ = 0;  ///< of its interface in Qt's registry
   bool pressed_ = false;
 };
 

@@ -19,6 +19,8 @@ struct Observer : KLPopupWindowObserver {
   }
   void windowScroll(KLPoint, double deltaY) override { scrolled += deltaY; }
   void windowKey(KLKey key) override { keys.push_back(key); }
+  void windowPress(KLView&) override {}
+  void windowFocus(KLView&) override {}
   void windowFrame(double time) override {
     times.push_back(time);
     if (times.size() < 3) window->requestFrame();

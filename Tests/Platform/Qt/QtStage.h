@@ -24,6 +24,7 @@ class RecordingObserver final : public KLPopupWindowObserver {
   double scrolled = 0;
   double time = 0;
   std::vector<KLKey> keys;
+  KLView* touched = nullptr;  ///< by assistive technology
   std::function<void(const std::string& call)> onCall;
 
   void windowDidLayout(KLSize size, double) override {
@@ -43,6 +44,14 @@ class RecordingObserver final : public KLPopupWindowObserver {
   void windowKey(KLKey key) override {
     keys.push_back(key);
     tell("key");
+  }
+  void windowPress(KLView& view) override {
+    touched = &view;
+    tell("press");
+  }
+  void windowFocus(KLView& view) override {
+    touched = &view;
+    tell("focus");
   }
   void windowFrame(double now) override {
     time = now;

@@ -80,6 +80,9 @@ std::unique_ptr<KLView> KLPopupElementModel::makeView(KLView::Kind kind) const {
 void KLPopupElementModel::attachTo(KLView& view) const {
   view.elementModel = shared_from_this();
   view.popupActions = actions;
+  // A picture's text is drawn nowhere: it is what the picture says.
+  view.accessibility = {propertiesOrNone().text.value_or(""), std::nullopt, type == KLPopupElementType::Link};
+  if (!actions.empty()) view.accessibility.action = actions.front()->type;
 }
 
 }  // namespace kaleo

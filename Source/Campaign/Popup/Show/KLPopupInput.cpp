@@ -151,8 +151,15 @@ void KLPopupInput::moveFocus(bool forward) {
   const auto at = static_cast<std::size_t>(old - views.begin());
   const std::size_t none = forward ? 0 : count - 1;
   const std::size_t next = old == views.end() ? none : (at + (forward ? 1 : count - 1)) % count;
-  if (old != views.end()) setFocused(**old, false);
-  setFocused(*views[next], true);
+  focus(*views[next]);
+}
+
+void KLPopupInput::focus(KLView& view) {
+  if (view.popupActions.empty() || view.focused) return;
+  for (KLView* other : tappableViews(content_)) {
+    if (other->focused) setFocused(*other, false);
+  }
+  setFocused(view, true);
 }
 
 void KLPopupInput::activate() {

@@ -27,6 +27,8 @@ class KLPopupInput {
   /// Tab and BackTab walk the views with actions, Activate clicks the focused one, Escape clicks the mask; arrows and pages scroll
   /// the first text that scrolls.
   void key(KLKey key);
+  /// Moves the focus to `view`, if it has actions.
+  void focus(KLView& view);
   /// Lets go of what is held.
   void cancel();
 

@@ -27,6 +27,7 @@ KLPopupViewController::KLPopupViewController(std::shared_ptr<KLCampaign> campaig
       window_(presentation.windows->makeWindow()) {
   mask_.onDisplayNeeded = [this] { displayNeeded(); };
   KLAddActionsForView(content_);
+  if (campaign_) mask_.accessibility.label = campaign_->name.value_or("");
 }
 
 KLPopupViewController::~KLPopupViewController() = default;
@@ -145,6 +146,12 @@ void KLPopupViewController::windowKey(KLKey key) {
   const auto self = shared_from_this();
   if (!transition_.isRunning()) input_.key(key);
 }
+
+void KLPopupViewController::windowPress(KLView& view) {
+  if (!transition_.isRunning()) elementClickAction(view);
+}
+
+void KLPopupViewController::windowFocus(KLView& view) { input_.focus(view); }
 
 void KLPopupViewController::windowFrame(double time) {
   const auto self = shared_from_this();

@@ -72,6 +72,8 @@ class KLPopupViewController final : public std::enable_shared_from_this<KLPopupV
   void windowPointer(KLPointerPhase phase, KLPoint point) override;
   void windowScroll(KLPoint point, double deltaY) override;
   void windowKey(KLKey key) override;
+  void windowPress(KLView& view) override;
+  void windowFocus(KLView& view) override;
   void windowFrame(double time) override;
   void windowLost() override;
 

@@ -71,6 +71,9 @@ class KALEO_API KLPopupWindow {
   virtual void requestFrame() = 0;
   /// The tree changed; draw it again soon.
   virtual void setNeedsDisplay() = 0;
+  /// Of the tree only the root's background colour and its subviews' alpha and transform changed, as in every frame of a movement;
+  /// draw it again soon. What was drawn of the subviews may be kept.
+  virtual void setNeedsPlacement() { setNeedsDisplay(); }
 
  protected:
   KLPopupWindow() = default;

@@ -77,7 +77,7 @@ bool isTakenWhole(QEvent::Type type) {
 }  // namespace
 
 KLQtOverlay::KLQtOverlay(QWidget& window, std::shared_ptr<KLQtPainter> painter)
-    : QWidget(&window), window_(window), painter_(std::move(painter)) {
+    : QWidget(&window), window_(window), scene_(std::move(painter)) {
   setObjectName(QStringLiteral("KaleoPopup"));
   setFocusPolicy(Qt::StrongFocus);
   setMouseTracking(true);
@@ -157,7 +157,7 @@ void KLQtOverlay::requestFrame() {
 }
 
 void KLQtOverlay::setNeedsDisplay() {
-  painter_->recycle(std::exchange(picture_, {}));
+  scene_.invalidate();
   update();
   if (root_) KLQtAccessiblePopup::tellFocus(*this);
 }
@@ -185,14 +185,10 @@ void KLQtOverlay::layOut() {
   observer_->windowDidLayout({double(width()), double(height())}, 0);
 }
 
-void KLQtOverlay::renderPicture() {
-  picture_ = painter_->paint(*root_, size(), devicePixelRatioF(), palette().color(QPalette::Active, QPalette::Highlight));
-}
-
 void KLQtOverlay::paintEvent(QPaintEvent*) {
   if (!root_) return;
-  if (picture_.isNull() || picture_.devicePixelRatio() != devicePixelRatioF()) renderPicture();
-  QPainter(this).drawImage(0, 0, picture_);
+  QPainter painter(this);
+  scene_.draw(painter, *root_, size(), devicePixelRatioF(), palette().color(QPalette::Active, QPalette::Highlight));
 }
 
 void KLQtOverlay::resizeEvent(QResizeEvent*) { layOut(); }

@@ -7,7 +7,7 @@
 #include <functional>
 #include <memory>
 
-#include "KLQtPainter.h"
+#include "KLQtScene.h"
 #include "kaleo/KLPresentation.h"
 
 namespace kaleo {
@@ -25,6 +25,7 @@ namespace kaleo {
 class KLQtOverlay final : public QWidget {
  public:
   KLQtOverlay(QWidget& window, std::shared_ptr<KLQtPainter> painter);
+  ~KLQtOverlay() override;
 
   /// Shows `root`. `lost` runs when the window is hidden or closed; when it is destroyed, so is the overlay.
   /// The observer may dismiss the overlay inside any call.
@@ -61,22 +62,20 @@ class KLQtOverlay final : public QWidget {
   void giveFocusBack();
   void focusMoved(QWidget* now);
   void layOut();
-  void renderPicture();
   void touch(const QTouchEvent& event);
   void pointer(KLPointerPhase phase, QPointF position);
   void showCursorFor(QPointF position);
 
   QWidget& window_;
-  const std::shared_ptr<KLQtPainter> painter_;
+  KLQtScene scene_;
   KLView* root_ = nullptr;
   KLPopupWindowObserver* observer_ = nullptr;  ///< null once dismissed
   std::function<void()> lost_;
   QPointer<QWidget> previousFocus_;
   QTimer frameTimer_;
   QSize laidOutSize_;
-  QImage picture_;  ///< the tree as drawn last; null when it has to be drawn anew
-  QAccessible::Id accessible_ = 0;  ///< of its interface in Qt's registry
   bool pressed_ = false;
+  QAccessible::Id accessible_ = 0;  ///< of its interface in Qt's registry
 };
 
 }  // namespace kaleo

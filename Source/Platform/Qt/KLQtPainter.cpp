@@ -26,6 +26,8 @@ constexpr double kRingWidth = 2;
 constexpr double kRingHalo = 1;
 const QColor kRingHaloColor(255, 255, 255, 220);
 
+constexpr QPainter::RenderHints kHints = QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::TextAntialiasing;
+
 bool isRoundlyClipped(const KLView& view) { return view.clipsToBounds && view.cornerRadius > 0; }
 
 bool hasBorder(const KLView& view) { return view.borderWidth > 0 && std::isfinite(view.borderWidth) && view.borderColor; }
@@ -82,7 +84,7 @@ QImage KLQtPainter::paint(const KLView& root, QSizeF size, double deviceScale, c
   layerOrigin_ = {};
   focusRing_.reset();
   QPainter painter(&picture);
-  painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform | QPainter::TextAntialiasing);
+  painter.setRenderHints(kHints);
   painter.scale(deviceScale, deviceScale);
   paintView(painter, root);
   painter.resetTransform();
@@ -97,10 +99,7 @@ void KLQtPainter::paintView(QPainter& painter, const KLView& view) {
   painter.save();
   painter.translate(view.frame.x + std::round(view.transform.translateX * scale_) / scale_,
                     view.frame.y + std::round(view.transform.translateY * scale_) / scale_);
-  if (view.focused && view.kind() != KLView::Kind::Mask) {
-    const QRectF device = painter.transform().mapRect(qt::aligned(painter.transform(), qt::boundsOf(view)));
-    focusRing_ = FocusRing{device.translated(layerOrigin_), view.cornerRadius * scale_};
-  }
+  noteFocus(painter.transform(), view);
   if (needsLayer(view)) {
     paintLayer(painter, view);
   } else {
@@ -116,9 +115,19 @@ void KLQtPainter::paintLayer(QPainter& painter, const KLView& view) {
   const QRect covered = (toDevice.mapRect(qt::reachOf(view)).adjusted(-1, -1, 1, 1) & area).toAlignedRect();
   if (covered.isEmpty()) return;
 
+  QImage layer = layerOf(view, toDevice, covered);
+  const QPointF centre = toDevice.map(qt::boundsOf(view).center());
+  const double scale = view.transform.scale;
+  painter.setTransform(QTransform(scale, 0, 0, scale, centre.x() * (1 - scale), centre.y() * (1 - scale)));
+  painter.setOpacity(painter.opacity() * std::min(1.0, view.alpha));
+  painter.drawImage(covered.topLeft(), layer);
+  surfaces_.giveBack(std::move(layer));
+}
+
+QImage KLQtPainter::layerOf(const KLView& view, const QTransform& toDevice, const QRect& covered) {
   QImage layer = surfaces_.take(covered.size());
   QPainter inner(&layer);
-  inner.setRenderHints(painter.renderHints());
+  inner.setRenderHints(kHints);
   inner.setTransform(toDevice * QTransform::fromTranslate(-covered.x(), -covered.y()));
   layerOrigin_ += covered.topLeft();
   const bool roundly = isRoundlyClipped(view);
@@ -134,13 +143,31 @@ void KLQtPainter::paintLayer(QPainter& painter, const KLView& view) {
     inner.fillRect(layer.rect(), QColor::fromRgbF(0, 0, 0, kPressedShade));
   }
   inner.end();
+  return layer;
+}
 
-  const QPointF centre = toDevice.map(qt::boundsOf(view).center());
-  const double scale = view.transform.scale;
-  painter.setTransform(QTransform(scale, 0, 0, scale, centre.x() * (1 - scale), centre.y() * (1 - scale)));
-  painter.setOpacity(painter.opacity() * std::min(1.0, view.alpha));
-  painter.drawImage(covered.topLeft(), layer);
-  surfaces_.giveBack(std::move(layer));
+KLQtPainter::Layer KLQtPainter::paintAtRest(const KLView& view, QSizeF size, double deviceScale, const QColor& accent) {
+  scale_ = deviceScale;
+  layerOrigin_ = {};
+  focusRing_.reset();
+  const QTransform toDevice = QTransform::fromScale(deviceScale, deviceScale).translate(view.frame.x, view.frame.y);
+  const double beyond = (kRingGap + kRingWidth + kRingHalo) * deviceScale + 1;
+  const QRectF area(QPointF(0, -size.height() * deviceScale), QSizeF(size.width(), 3 * size.height()) * deviceScale);
+  const QRect covered = (toDevice.mapRect(qt::reachOf(view)).adjusted(-beyond, -beyond, beyond, beyond) & area).toAlignedRect();
+  if (covered.isEmpty()) return {};
+  QImage picture = layerOf(view, toDevice, covered);
+  noteFocus(toDevice, view);
+  QPainter painter(&picture);
+  painter.setRenderHints(kHints);
+  painter.translate(-covered.topLeft());
+  paintFocusRing(painter, accent);
+  return {picture, covered.topLeft(), toDevice.map(qt::boundsOf(view).center())};
+}
+
+void KLQtPainter::noteFocus(const QTransform& toDevice, const KLView& view) {
+  if (!view.focused || view.kind() == KLView::Kind::Mask) return;
+  const QRectF device = toDevice.mapRect(qt::aligned(toDevice, qt::boundsOf(view)));
+  focusRing_ = FocusRing{device.translated(layerOrigin_), view.cornerRadius * scale_};
 }
 
 void KLQtPainter::paintContents(QPainter& painter, const KLView& view, double radius) {

@@ -25,6 +25,16 @@ class KLQtPainter {
   /// The tree of `root`, whose frame starts at the origin, on a transparent picture of `size` points at `deviceScale` pixels a
   /// point. The focused view, if any, gets a ring in `accent` on top of all.
   QImage paint(const KLView& root, QSizeF size, double deviceScale, const QColor& accent);
+
+  /// A view as a picture of its own, to be put on a window.
+  struct Layer {
+    QImage picture;  ///< null where there is nothing to be seen
+    QPoint origin;   ///< of the picture, in device pixels of the window
+    QPointF centre;  ///< of the view, in the same
+  };
+  /// `view`, which lies directly in a window of `size` points, in its place there but without its own alpha and transform. What
+  /// lies beside the window is left out, what lies above or below it not, up to the window's height. A focused view gets its ring.
+  Layer paintAtRest(const KLView& view, QSizeF size, double deviceScale, const QColor& accent);
   /// Takes back a picture that is no longer shown, to paint the next one on.
   void recycle(QImage picture) { surfaces_.giveBack(std::move(picture)); }
 
@@ -44,11 +54,14 @@ class KLQtPainter {
 
   void paintView(QPainter& painter, const KLView& view);
   void paintLayer(QPainter& painter, const KLView& view);
+  /// The part `covered` (in device pixels) of a view as one picture, clipped and shaded, not yet faded and scaled.
+  QImage layerOf(const KLView& view, const QTransform& toDevice, const QRect& covered);
   /// `radius` rounds background and border; 0 where a layer's clip does it.
   void paintContents(QPainter& painter, const KLView& view, double radius);
   void paintBackground(QPainter& painter, const KLView& view, const QRectF& bounds, double radius) const;
   void paintImage(QPainter& painter, const std::shared_ptr<const KLImage>& image, std::size_t frame, const QRectF& bounds);
   void paintText(QPainter& painter, const KLView& view);
+  void noteFocus(const QTransform& toDevice, const KLView& view);
   void paintFocusRing(QPainter& painter, const QColor& accent) const;
   const KLQtTextLayout& layoutOf(const KLView& view);
 

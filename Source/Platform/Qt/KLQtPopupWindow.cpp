@@ -40,6 +40,10 @@ void KLQtPopupWindow::setNeedsDisplay() {
   if (overlay_) overlay_->setNeedsDisplay();
 }
 
+void KLQtPopupWindow::setNeedsPlacement() {
+  if (overlay_) overlay_->setNeedsPlacement();
+}
+
 // Not at once: the window is in the middle of closing or of its destruction.
 void KLQtPopupWindow::reportLossSoon() {
   QMetaObject::invokeMethod(

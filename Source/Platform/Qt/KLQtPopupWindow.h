@@ -22,6 +22,7 @@ class KLQtPopupWindow final : public KLPopupWindow {
   void hide() override;
   void requestFrame() override;
   void setNeedsDisplay() override;
+  void setNeedsPlacement() override;
 
  private:
   void reportLossSoon();

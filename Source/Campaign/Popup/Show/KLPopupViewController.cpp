@@ -160,7 +160,11 @@ void KLPopupViewController::windowFrame(double time) {
   const auto completions = transition_.advance(time);
   if (moving) applyState();
   const bool pictures = player_.advance(mask_, time);
-  if (moving || pictures) window_->setNeedsDisplay();
+  if (pictures) {
+    window_->setNeedsDisplay();
+  } else if (moving) {
+    window_->setNeedsPlacement();
+  }
   for (const auto& completion : completions) completion();
   if (!window_) return finishMovements();  // a second dismissal ends with the window, too
   if (transition_.isRunning() || KLPopupPicturePlayer::hasMovingPictures(mask_)) requestFrame();

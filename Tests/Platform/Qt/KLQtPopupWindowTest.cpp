@@ -210,6 +210,12 @@ TEST_F(KLQtPopupWindowTest, MayGoInsideOfAnyCall) {
 
 TEST_F(KLQtPopupWindowTest, IsLostWithItsWindowAndOnlyThen) {
   showAll();
+  host->showMinimized();
+  drain();
+  host->showNormal();
+  drain();
+  EXPECT_FALSE(observer.heard("lost"));
+  EXPECT_TRUE(host->findChild<QWidget*>("KaleoPopup")->isVisible());
   host->close();
   EXPECT_FALSE(observer.heard("lost"));  // not in the middle of the closing
   ASSERT_TRUE(runUntil([&] { return observer.heard("lost"); }));

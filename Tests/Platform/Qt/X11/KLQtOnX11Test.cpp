@@ -1,42 +1,22 @@
 #include <QCheckBox>
 #include <QLineEdit>
-#include <QProcess>
-#include <QScreen>
 
-#include "../QtStage.h"
+#include "X11Stage.h"
 
-// A real X server without window manager and compositor, real pointer and keys by xdotool.
 namespace kaleo {
 namespace {
 
-class KLQtOnX11Test : public QtStage {
+class KLQtOnX11Test : public X11Stage {
  protected:
   KLQtOnX11Test() : edit_(host.get()), box_("a box with a text", host.get()) {
-    host->setGeometry(100, 80, 400, 300);
     edit_.setGeometry(10, 10, 380, 40);
     box_.setGeometry(10, 240, 380, 50);
     edit_.setFocus();
     root.backgroundColor = KLColor{0, 0, 0, 0.5};
     showHost();
   }
-  void xdotool(const QStringList& arguments) {
-    QProcess process;
-    process.start("xdotool", arguments);
-    ASSERT_TRUE(runUntil([&] { return process.state() == QProcess::NotRunning; }));
-    ASSERT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
-  }
-  /// Moves the pointer to a point of the host window.
-  void pointAt(int x, int y) {
-    const QPoint global = host->mapToGlobal(QPoint(x, y)) * host->devicePixelRatioF();
-    xdotool({"mousemove", QString::number(global.x()), QString::number(global.y())});
-  }
   bool heardSoon(const std::string& call) {
     return runUntil([&] { return observer.heard(call); });
-  }
-  /// What the X server shows at a point of the host window.
-  QColor onScreen(int x, int y) {
-    const QImage image = QGuiApplication::primaryScreen()->grabWindow(0).toImage();
-    return image.pixelColor((host->mapToGlobal(QPoint(x, y)) * host->devicePixelRatioF()));
   }
 
   QLineEdit edit_;

@@ -43,6 +43,21 @@ void CountingDelegate::campaignDidStart(const KLCampaign&) {
   changed_.notify_all();
 }
 
+void CountingDelegate::campaignDidEnd(const KLCampaign&) {
+  const std::lock_guard lock(mutex_);
+  ++ended_;
+}
+
+int CountingDelegate::shown() {
+  const std::lock_guard lock(mutex_);
+  return shown_;
+}
+
+int CountingDelegate::ended() {
+  const std::lock_guard lock(mutex_);
+  return ended_;
+}
+
 bool CountingDelegate::waitUntil(const int& count, int times) {
   std::unique_lock lock(mutex_);
   return changed_.wait_for(lock, std::chrono::minutes(1), [&] { return count >= times; });
@@ -51,7 +66,8 @@ bool CountingDelegate::waitUntil(const int& count, int times) {
 bool CountingDelegate::waitUntilAsked(int times) { return waitUntil(asked_, times); }
 bool CountingDelegate::waitUntilShown(int times) { return waitUntil(shown_, times); }
 
-MeasuredHost::MeasuredHost(const std::string& server, const std::filesystem::path& files, bool admits)
+MeasuredHost::MeasuredHost(const std::string& server, const std::filesystem::path& files, bool admits,
+                           const std::function<void(KLPlatform&)>& adjust)
     : delegate_(std::make_shared<CountingDelegate>(admits)) {
   registry_.registerNimbraSDK(nimbra_);
   registry_.registerNBStoreManager(store_);
@@ -59,6 +75,7 @@ MeasuredHost::MeasuredHost(const std::string& server, const std::filesystem::pat
   platform.host = std::shared_ptr<KLHostRegistry>(std::shared_ptr<void>(), &registry_);
   platform.notificationCenter = notifications_;
   platform.directories = {files / "documents", files / "library", files / "caches", {}};
+  if (adjust) adjust(platform);
   options_ = std::make_shared<KLConfigOptions>(server, registry_);
   options_->setPopupDelegate(delegate_);
   options_->setCampaignDelegate(delegate_);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -24,10 +25,14 @@ class CountingDelegate : public KLPopupDelegate, public KLCampaignDelegate {
   explicit CountingDelegate(bool admits) : admits_(admits) {}
   bool campaignShouldStart(const KLCampaign&) override;
   void campaignDidStart(const KLCampaign&) override;
+  void campaignDidEnd(const KLCampaign&) override;
 
   /// Wait until the library has asked, or shown, `times` in all; false after a minute.
   bool waitUntilAsked(int times = 1);
   bool waitUntilShown(int times = 1);
+  /// How many popups were shown, and how many of them have gone.
+  int shown();
+  int ended();
 
  private:
   bool waitUntil(const int& count, int times);
@@ -37,14 +42,17 @@ class CountingDelegate : public KLPopupDelegate, public KLCampaignDelegate {
   std::condition_variable changed_;
   int asked_ = 0;  ///< guarded by mutex_
   int shown_ = 0;  ///< guarded by mutex_
+  int ended_ = 0;  ///< guarded by mutex_
 };
 
 /// A host application as a customer's would be: no logger, no recorder, a presentation without a screen, real threads, HTTP and
 /// disk.
 class MeasuredHost {
  public:
-  /// `admits`: whether the application lets popups appear. `files`: where the library keeps its state.
-  MeasuredHost(const std::string& server, const std::filesystem::path& files, bool admits);
+  /// `admits`: whether the application lets popups appear. `files`: where the library keeps its state. `adjust` changes what the
+  /// library stands on, before it is made.
+  MeasuredHost(const std::string& server, const std::filesystem::path& files, bool admits,
+               const std::function<void(KLPlatform&)>& adjust = {});
 
   void start() { library_->startWithConfigOptions(options_); }
   void track(const KLValue& record) { notifications_->post(kNimbraTrackEventNotification, record); }

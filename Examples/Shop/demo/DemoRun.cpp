@@ -66,7 +66,7 @@ void DemoRun::expectHeldBack(const QString& reason) {
 }
 
 void DemoRun::expectMainButtonCloses(int plan) {
-  const auto button = stage_.find(kCoral);
+  const auto button = stage_.find(kCoralDark);
   if (!expect(button.has_value(), "the popup's main button is found")) return;
   stage_.click(*button);
   const auto closed = [&] { return stage_.noteHas("popup " + planText(plan) + " is closed"); };
@@ -166,7 +166,7 @@ void DemoRun::openTestLink() {
          "its popup shows whatever the rules say");
   stage_.untilStill();
   stage_.takePicture(window(), "09-test-popup");
-  if (const auto button = stage_.find(kCoral)) stage_.click(*button);
+  if (const auto button = stage_.find(kCoralDark)) stage_.click(*button);
   expect(stage_.until([&] { return stage_.noteHas("test popup is closed"); }, kPatience), "a click on its main button closes it");
 }
 

@@ -1,11 +1,14 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
 #include <functional>
+
+namespace CLI {
+class App;
+}
 
 namespace kaleo::tools {
 
-/// A subcommand of `kaleo`: each has a file of its own and is listed in main.cpp.
+/// A subcommand of `kaleo`: each has a file of its own, which declares it by `CommandArguments`, and is listed in main.cpp.
 struct Command {
   CLI::App* app;             ///< owned by the application that it was added to
   std::function<int()> run;  ///< after parsing; answers the exit code

@@ -7,11 +7,11 @@
 #include <string>
 #include <vector>
 
-#include "Command.h"
 #include "Foundation/KLSystem.h"
 #include "check/CheckReport.h"
 #include "check/Checker.h"
 #include "files/FileReading.h"
+#include "options/CommandArguments.h"
 #include "options/CommonOptions.h"
 #include "text/TerminalText.h"
 #include "text/TimeText.h"
@@ -69,22 +69,21 @@ int run(const CheckArguments& arguments) {
 
 Command checkCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<CheckArguments>();
-  CLI::App* app = kaleo.add_subcommand("check",
-                                       "Looks through configurations and layouts before they go live, for what the library reads "
-                                       "differently from what was likely meant.");
-  CLI::Option* const files = app->add_option(
-      "FILE", arguments->files,
-      "Configurations, plans, popup windows or layouts; - is standard input. Layouts that they name are checked, too");
-  files->type_name("");
-  app->add_option("--at", arguments->at, "The time of going live, such as 2026-11-21 or \"2026-11-21 18:00\"; default: now")
-      ->type_name("TIME");
-  addJSON(*app, arguments->json, "Prints the findings as one JSON document for programs");
-  CLI::Option* const codes = app->add_flag("--codes", arguments->codes, "Prints all codes, as Markdown, and ends")->excludes(files);
-  app->callback([files, codes] {
-    if (files->empty() && codes->empty()) throw CLI::RequiredError("FILE (a configuration, a plan, a popup window or a layout)");
+  CommandArguments app(kaleo, "check",
+                       "Looks through configurations and layouts before they go live, for what the library reads "
+                       "differently from what was likely meant.");
+  Argument files =
+      app.add("FILE", arguments->files,
+              "Configurations, plans, popup windows or layouts; - is standard input. Layouts that they name are checked, too");
+  files.called("");
+  app.add("--at", arguments->at, "The time of going live, such as 2026-11-21 or \"2026-11-21 18:00\"; default: now").called("TIME");
+  addJSON(app, arguments->json, "Prints the findings as one JSON document for programs");
+  Argument codes = app.flag("--codes", arguments->codes, "Prints all codes, as Markdown, and ends").excludes(files);
+  app.refuseWithout([files, codes] {
+    return files.isGiven() || codes.isGiven() ? "" : "FILE (a configuration, a plan, a popup window or a layout)";
   });
-  app->footer("Exit status: 0, or 1 when there are warnings, 2 when there are errors, 3 when a file cannot be read.");
-  return {app, [arguments] { return run(*arguments); }};
+  app.footer("Exit status: 0, or 1 when there are warnings, 2 when there are errors, 3 when a file cannot be read.");
+  return app.running([arguments] { return run(*arguments); });
 }
 
 }  // namespace kaleo::tools

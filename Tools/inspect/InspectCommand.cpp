@@ -1,19 +1,18 @@
 #include <memory>
 
-#include "Command.h"
 #include "Core/DataStore/KaleoDataStore.h"
 #include "inspect/Inspection.h"
+#include "options/CommandArguments.h"
 #include "options/CommonOptions.h"
 
 namespace kaleo::tools {
 
 Command inspectCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<ReadingArguments>();
-  CLI::App* app =
-      kaleo.add_subcommand("inspect", "Shows what a user's database holds, and what holds each plan back; changes nothing.");
-  addReading(*app, *arguments, "FILE", KaleoDataStore::kDatabaseFileName);
-  app->footer("Exit status: 0, 1 when a part of the file could not be read, 2 when nothing can be shown.");
-  return {app, [arguments] { return inspect(*arguments, standardOutput()); }};
+  CommandArguments app(kaleo, "inspect", "Shows what a user's database holds, and what holds each plan back; changes nothing.");
+  addReading(app, *arguments, "FILE", KaleoDataStore::kDatabaseFileName);
+  app.footer("Exit status: 0, 1 when a part of the file could not be read, 2 when nothing can be shown.");
+  return app.running([arguments] { return inspect(*arguments, standardOutput()); });
 }
 
 }  // namespace kaleo::tools

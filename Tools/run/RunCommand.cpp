@@ -2,7 +2,7 @@
 #include <memory>
 #include <string>
 
-#include "Command.h"
+#include "options/CommandArguments.h"
 #include "run/RunArguments.h"
 
 namespace kaleo::tools {
@@ -57,24 +57,22 @@ Exit status: 0; 1 when a line was no command (see standard error); 2 when the li
 
 Command runCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<RunArguments>();
-  CLI::App* app = kaleo.add_subcommand(
-      "run", "Runs the whole library in the terminal, in real time against a server: commands in, what happens out.");
-  app->add_option("--server", arguments->server, "Base URL of the popup server")->type_name("URL")->required();
-  app->add_option("--data", arguments->data, "Directory that keeps all state from run to run; default: a temporary one, removed")
-      ->type_name("DIR");
-  app->add_option("--project", arguments->project, "The host's project")->type_name("NAME")->capture_default_str();
-  app->add_option("--user", arguments->user, "Distinct id of the user at the start")->type_name("ID")->capture_default_str();
-  app->add_flag("--encrypt", arguments->encrypt, "The host keeps its store encrypted, so the library encrypts its state");
-  app->add_option_function<std::string>(
+  CommandArguments app(kaleo, "run",
+                       "Runs the whole library in the terminal, in real time against a server: commands in, what happens out.");
+  app.add("--server", arguments->server, "Base URL of the popup server").called("URL").required();
+  app.add("--data", arguments->data, "Directory that keeps all state from run to run; default: a temporary one, removed")
+      .called("DIR");
+  app.add("--project", arguments->project, "The host's project; default: " + arguments->project).called("NAME");
+  app.add("--user", arguments->user, "Distinct id of the user at the start; default: " + arguments->user).called("ID");
+  app.flag("--encrypt", arguments->encrypt, "The host keeps its store encrypted, so the library encrypts its state");
+  app.add(
          "--delegate", [arguments](const std::string& word) { arguments->delegate = kDelegateModes.at(word); },
          "What the application does with the library's callbacks: implements all, refuses every campaign, or\n"
-         "implements none")
-      ->check(CLI::IsMember(kDelegateModes).description(""))
-      ->type_name("full|refuse|none")
-      ->default_str("full");
-  app->add_flag("--log", arguments->log, "Prints each log line, too");
-  app->footer(kFooter);
-  return {app, [arguments] { return run(*arguments); }};
+         "implements none; default: full")
+      .oneOf({"full", "refuse", "none"});
+  app.flag("--log", arguments->log, "Prints each log line, too");
+  app.footer(kFooter);
+  return app.running([arguments] { return run(*arguments); });
 }
 
 }  // namespace kaleo::tools

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "Command.h"
+#include "options/CommandArguments.h"
 #include "serve/PopupServer.h"
 #include "system/EndSignals.h"
 
@@ -75,19 +75,16 @@ int serve(const Arguments& arguments) {
 Command serveCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<Arguments>();
   arguments->server.print = say;
-  CLI::App* app = kaleo.add_subcommand("serve", "Serves popup configurations and pictures from plain files; edits count at once.");
-  app->add_option("DIR", arguments->server.directory, "Directory with user_popup_configs.json, layouts/ and images/")
-      ->type_name("")
-      ->required();
-  app->add_option("--host", arguments->server.host, "Address to serve at; default: " + arguments->server.host)
-      ->type_name("ADDRESS");
-  app->add_option("--port", arguments->server.port,
-                  fmt::format("Port to serve at; 0 takes a free one; default: {}", arguments->server.port))
-      ->check(CLI::Range(0, 65535))
-      ->type_name("PORT");
-  app->add_option("--print-port-file", arguments->portFile, "File to write the port to once it is open")->type_name("FILE");
-  app->footer(kManual);
-  return {app, [arguments] { return serve(*arguments); }};
+  CommandArguments app(kaleo, "serve", "Serves popup configurations and pictures from plain files; edits count at once.");
+  app.add("DIR", arguments->server.directory, "Directory with user_popup_configs.json, layouts/ and images/").called("").required();
+  app.add("--host", arguments->server.host, "Address to serve at; default: " + arguments->server.host).called("ADDRESS");
+  app.add("--port", arguments->server.port,
+          fmt::format("Port to serve at; 0 takes a free one; default: {}", arguments->server.port))
+      .within(0, 65535)
+      .called("PORT");
+  app.add("--print-port-file", arguments->portFile, "File to write the port to once it is open").called("FILE");
+  app.footer(kManual);
+  return app.running([arguments] { return serve(*arguments); });
 }
 
 }  // namespace kaleo::tools

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <CLI/CLI.hpp>
+
 #include <filesystem>
 #include <iostream>
 #include <new>
@@ -84,7 +86,13 @@ int runGuarded(const CLI::App& kaleo, std::span<const Command> commands) {
 
 }  // namespace
 
-int runCommandLine(CLI::App& kaleo, std::span<const Command> commands, int argc, char** argv) {
+int runCommandLine(std::span<const CommandMaker> makers, int argc, char** argv) {
+  CLI::App kaleo{"Tools for targeted in-app popups.", "kaleo"};
+  kaleo.require_subcommand(1);
+  kaleo.set_version_flag("--version", KALEO_VERSION);
+  kaleo.footer("kaleo COMMAND --help tells more of each.\nExit status: 64 when the command line is wrong; else see each command.");
+  std::vector<Command> commands;
+  for (const CommandMaker make : makers) commands.push_back(make(kaleo));
   try {
     kaleo.parse(argc, argv);
   } catch (const CLI::ParseError& error) {

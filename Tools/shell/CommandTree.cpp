@@ -1,5 +1,6 @@
 #include "shell/CommandTree.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <sstream>
 
@@ -20,12 +21,9 @@ std::vector<std::string> partsOf(const std::string& text, char separator) {
   return parts;
 }
 
-/// "a" and "b" of a type name such as "TEXT:{a,b}" or "a|b".
-std::vector<std::string> choicesIn(const std::string& typeName) {
-  const auto open = typeName.find(":{");
-  const auto close = typeName.find('}', std::min(open, typeName.size()));
-  if (open != std::string::npos && close != std::string::npos) return partsOf(typeName.substr(open + 2, close - open - 2), ',');
-  return typeName.find('|') == std::string::npos ? std::vector<std::string>() : partsOf(typeName, '|');
+/// "a" and "b" of "a|b"; what stands for any value, such as FILE, begins with a capital letter.
+std::vector<std::string> choicesIn(const std::string& value) {
+  return value.empty() || value.front() < 'a' ? std::vector<std::string>() : partsOf(value, '|');
 }
 
 CommandOption optionOf(const CLI::Option& option) {

@@ -4,7 +4,7 @@
 #include <iostream>
 #include <memory>
 
-#include "Command.h"
+#include "options/CommandArguments.h"
 #include "options/CommonOptions.h"
 #include "simulate/Simulation.h"
 #include "text/TerminalText.h"
@@ -34,32 +34,29 @@ int run(const SimulationArguments& arguments) {
 
 Command simulateCommand(CLI::App& kaleo) {
   auto arguments = std::make_shared<SimulationArguments>();
-  CLI::App* app = kaleo.add_subcommand(
-      "simulate",
+  CommandArguments app(
+      kaleo, "simulate",
       "Runs recorded events and configurations through the library in virtual time and prints what was decided and why.");
-  app->add_option("--events", arguments->events, "File of JSON lines, in the order in which they happened; - is standard input")
-      ->type_name("FILE")
-      ->required();
-  addTimeZone(*app, arguments->timeZone);
-  app->add_option("--on-screen", arguments->onScreenSeconds, "How long each popup stays on screen; default: 0")
-      ->type_name("SECONDS");
-  app->add_option(
-         "--store", arguments->store,
-         "File that keeps the state from run to run, unencrypted; what the library keeps in its host's store (the last\n"
-         "popup, conversions, the migration's flag) goes to FILE.host beside it. Both are written when the run has ended.\n"
-         "Default: nothing is kept")
-      ->type_name("FILE");
-  app->add_flag("--summary", arguments->summary, "Prints a table of what became of the events at each plan, instead of the lines");
-  app->add_option(
-         "--report", arguments->report,
-         "Writes one page of HTML that needs nothing else: what became of each plan, refusals over time, popups and decisions")
-      ->type_name("FILE.html");
-  app->footer(R"(Each line is an object with "at" (seconds since 1970) and one of
+  app.add("--events", arguments->events, "File of JSON lines, in the order in which they happened; - is standard input")
+      .called("FILE")
+      .required();
+  addTimeZone(app, arguments->timeZone);
+  app.add("--on-screen", arguments->onScreenSeconds, "How long each popup stays on screen; default: 0").called("SECONDS");
+  app.add("--store", arguments->store,
+          "File that keeps the state from run to run, unencrypted; what the library keeps in its host's store (the last\n"
+          "popup, conversions, the migration's flag) goes to FILE.host beside it. Both are written when the run has ended.\n"
+          "Default: nothing is kept")
+      .called("FILE");
+  app.flag("--summary", arguments->summary, "Prints a table of what became of the events at each plan, instead of the lines");
+  app.add("--report", arguments->report,
+          "Writes one page of HTML that needs nothing else: what became of each plan, refusals over time, popups and decisions")
+      .called("FILE.html");
+  app.footer(R"(Each line is an object with "at" (seconds since 1970) and one of
   "config": a server's answer           "convert": {"plan_id": N, "convert_time": TEXT}
   "track": an event record              "user": {"distinct_id": TEXT, "login_id": TEXT, "anonymous_id": TEXT}
 In the properties of an event, {"$date": seconds since 1970} is a date.
 Exit status: 0, 1 when lines were refused (see standard error), 2 when nothing can be simulated.)");
-  return {app, [arguments] { return run(*arguments); }};
+  return app.running([arguments] { return run(*arguments); });
 }
 
 }  // namespace kaleo::tools

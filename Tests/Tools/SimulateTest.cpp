@@ -104,9 +104,9 @@ TEST_P(SimulateStoryTest, ComesOutAsTheRulesSay) {
 
 INSTANTIATE_TEST_SUITE_P(Stories, SimulateStoryTest,
                          ::testing::Values(Story{"priority"}, Story{"counts"}, Story{"reentry"}, Story{"dismissal", "UTC", 600},
-                                         Story{"limits"}, Story{"conversion"}, Story{"users"}, Story{"updates"},
-                                         Story{"hours", "Europe/Berlin"}, Story{"version"}, Story{"dates"},
-                                         Story{"refused", "UTC", 0, kSomeLinesBad}),
+                                           Story{"limits"}, Story{"conversion"}, Story{"users"}, Story{"updates"},
+                                           Story{"hours", "Europe/Berlin"}, Story{"version"}, Story{"dates"},
+                                           Story{"refused", "UTC", 0, kSomeLinesBad}),
                          [](const auto& story) { return std::string(story.param.name); });
 
 TEST_F(SimulateTest, BadLinesAreReportedWithTheirNumbers) {

@@ -1,6 +1,9 @@
 #include "kaleo/Kaleo.h"
 
+#include <condition_variable>
+#include <exception>
 #include <mutex>
+#include <thread>
 
 #include "Core/Base/Log/KLLog.h"
 #include "Core/Utils/KLVersion.h"
@@ -16,19 +19,47 @@ struct Process {
   std::optional<KLPlatform> platform;       ///< guarded by mutex; none: the standard one
   std::shared_ptr<KaleoInstance> instance;  ///< guarded by mutex
   bool ended = false;                       ///< guarded by mutex
+  std::thread::id maker;                    ///< who is making the instance, without the lock; guarded by mutex
+  std::condition_variable made;
 
   static Process& get() {
     static Process* const process = new Process;
     return *process;
   }
 
-  /// The library, made when it is not there; null after the end.
+  bool isBeingMade() const { return maker != std::thread::id(); }
+
+  /// Nothing is being made any more, unless by the caller.
+  std::unique_lock<std::mutex> settled() {
+    std::unique_lock lock(mutex);
+    made.wait(lock, [this] { return !isBeingMade() || maker == std::this_thread::get_id(); });
+    return lock;
+  }
+
+  /// The library, made when it is not there. Null after the end, when the process is out of threads or memory, and for a host that
+  /// calls from inside a callback out of the making.
   std::shared_ptr<KaleoInstance> library() {
-    std::lock_guard lock(mutex);
-    if (!instance && !ended) {
-      instance = std::make_shared<KaleoInstance>(platform ? *std::move(platform) : KLPlatform::standard("kaleo"));
-    }
+    std::shared_ptr<KaleoInstance> fresh;  // one that came too late dies after the lock
+    auto lock = settled();
+    if (instance || ended || isBeingMade()) return instance;
+    maker = std::this_thread::get_id();
+    const auto chosen = platform;
+    lock.unlock();
+    fresh = make(chosen);
+    lock.lock();
+    maker = {};
+    made.notify_all();
+    if (!ended) instance = fresh;
     return instance;
+  }
+
+  std::shared_ptr<KaleoInstance> make(const std::optional<KLPlatform>& chosen) const {
+    try {
+      return std::make_shared<KaleoInstance>(chosen ? *chosen : KLPlatform::standard("kaleo"));
+    } catch (const std::exception& fault) {
+      KLLog(host).error("the library cannot be made: {}", fault.what());
+      return nullptr;
+    }
   }
 };
 
@@ -44,7 +75,7 @@ void Kaleo::setPlatform(KLPlatform platform) {
   Process& process = Process::get();
   {
     std::lock_guard lock(process.mutex);
-    if (!process.instance && !process.ended) {
+    if (!process.instance && !process.ended && !process.isBeingMade()) {
       process.platform = std::move(platform);
       return;
     }
@@ -75,7 +106,7 @@ bool Kaleo::isSupportedNBVersion() {
 void Kaleo::shutdown() {
   Process& process = Process::get();
   std::shared_ptr<KaleoInstance> ending;
-  std::lock_guard lock(process.mutex);
+  const auto lock = process.settled();
   process.ended = true;
   ending.swap(process.instance);
 }

@@ -3,12 +3,14 @@
 #include <atomic>
 #include <shared_mutex>
 #include <thread>
+#include <utility>
 
 #include "Support/Application.h"
+#include "Support/Gate.h"
 #include "Support/LoopbackServer.h"
 #include "Support/ShortWaits.h"
 
-// A library beside hosts that are not there, that change, and that call it from inside their own callbacks.
+// A library beside hosts that are not there, that change, that block, and that call it from inside their own callbacks.
 
 namespace kaleo {
 namespace {
@@ -66,6 +68,36 @@ TEST_F(HostTest, ThatIsReplaced) {
   EXPECT_THAT(application.trackedEvents(), ::testing::IsEmpty());
   ASSERT_EQ(second->tracked().size(), 2u);
   EXPECT_EQ(second->tracked()[0].properties.find("kl_distinctId")->asString(), "bob");
+}
+
+struct BlockingNimbra : FakeNimbra {
+  std::optional<std::string> distinctId() const override {
+    if (blocks && !gate.pass()) gaveUp = true;
+    return FakeNimbra::distinctId();
+  }
+  std::atomic<bool> blocks{false};
+  mutable std::atomic<bool> gaveUp{false};
+  mutable testing::Gate gate;
+};
+
+TEST_F(HostTest, ThatBlocksHoldsUpNoCall) {
+  const auto nimbra = std::make_shared<BlockingNimbra>();
+  nimbra->setIdentity("alice");
+  Application application({.server = server.url()});
+  application.host().registry.registerNimbraSDK(nimbra);
+  application.start();
+  ASSERT_TRUE(application.ignores("Other")) << "the start is over";
+  nimbra->blocks = true;
+  application.post(kNimbraTrackLoginNotification);
+  application.track("Pay");
+  application.library->fetchCampaignsWithCompletion({});
+  EXPECT_TRUE(application.library->handleOpenURL(kTestLink));
+  constexpr int kAsking = 3;  // the login, the fetch and the link
+  EXPECT_TRUE(nimbra->gate.waitForArrivals(kAsking));
+  nimbra->gate.open();
+  ASSERT_TRUE(application.installs(2));
+  EXPECT_TRUE(application.showsAndCloses("Pay", 1));
+  EXPECT_FALSE(nimbra->gaveUp);
 }
 
 /// Goes through every door of a library, from wherever it is called.
@@ -160,6 +192,38 @@ TEST_F(HostTest, ThatCallsTheLibraryFromEveryCallback) {
   EXPECT_TRUE(application.shows("Pay", 1));
   doors.close();
   application.library.reset();
+}
+
+/// A logger of the process-wide library that calls it from inside its own making.
+struct EntryLog : testing::RecordingLog {
+  void log(bool asynchronous, const std::string& message, int level, const char* file, const char* function, int line,
+           int context) override {
+    RecordingLog::log(asynchronous, message, level, file, function, line, context);
+    thread_local bool inside = false;
+    if (std::exchange(inside, true)) return;
+    Kaleo::handleOpenURL("app://elsewhere");
+    inside = false;
+  }
+};
+
+TEST(KaleoTest, IsMadeOnceAndHearsItsHostBeforeTheStart) {
+  const TemporaryDirectory files;
+  const auto log = std::make_shared<EntryLog>();
+  Kaleo::host().registerNBLog(log);
+  KLPlatform platform = KLPlatform::standard("kaleo-test");
+  platform.directories = {files / "documents", files / "library", files / "caches", {}};
+  Kaleo::setPlatform(platform);
+  std::vector<std::thread> callers;
+  for (int i = 0; i < 4; ++i) callers.emplace_back([] { EXPECT_TRUE(Kaleo::isSupportedNBVersion()); });
+  for (auto& caller : callers) caller.join();
+  EXPECT_EQ(log->count("KL Manager single instance init"), 1);
+  Kaleo::setPlatform(platform);
+  EXPECT_TRUE(log->contains("the platform cannot be changed after the first use of the library"));
+  Kaleo::notificationCenter().post(kKLApplicationDidEnterBackgroundNotification);
+  Kaleo::notificationCenter().post(kKLApplicationDidBecomeActiveNotification);
+  EXPECT_TRUE(log->waitFor("Kaleo Config optons was nil, you must initialize Kaleo SDK correctly"));
+  Kaleo::shutdown();
+  EXPECT_FALSE(Kaleo::handleOpenURL(kTestLink));
 }
 
 }  // namespace

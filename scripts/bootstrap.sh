@@ -15,7 +15,7 @@ core=(g++ cmake ninja-build ccache pkg-config
       libsimdjson-dev libcbor-dev libfmt-dev libasio-dev
       libjpeg62-turbo-dev libspng-dev libgif-dev
       libcpp-httplib-dev libcli11-dev)
-qt=(qt6-base-dev libgl-dev fonts-wqy-microhei)
+qt=(qt6-base-dev libgl-dev fonts-wqy-microhei fonts-noto-color-emoji)
 test=(libgtest-dev libgmock-dev openssl sqlite3 python3 iproute2 nghttp2-server xvfb xdotool dbus at-spi2-core)
 bench=(libbenchmark-dev)
 web=(qt6-webengine-dev)

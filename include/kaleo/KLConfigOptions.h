@@ -37,7 +37,7 @@ class KALEO_API KLConfigOptions {
   std::optional<std::string> orgID() const;
   void setOrgID(const KLValue& orgID);
 
-  /// Encryption of request bodies. Default: off. No request of this version has a body to encrypt; an encrypted answer is read
+  /// Encryption of request bodies. Default: off. This version sends every body unencrypted; an encrypted answer is read
   /// whatever is set here.
   bool enableHttpEncrypt() const { return enableHttpEncrypt_; }
   void setEnableHttpEncrypt(bool on) { enableHttpEncrypt_ = on; }

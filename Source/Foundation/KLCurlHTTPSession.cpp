@@ -82,7 +82,7 @@ class KLCurlHTTPSession::Loop {
       int running = 0;
       curl_multi_perform(multi_.get(), &running);
       deliver();
-      curl_multi_poll(multi_.get(), nullptr, 0, std::min(longest, millisecondsToFirstDeadline()), nullptr);
+      curl_multi_poll(multi_.get(), nullptr, 0, std::min(longest, millisecondsToNextStart()), nullptr);
     }
     cancelAll();
   }
@@ -146,10 +146,11 @@ class KLCurlHTTPSession::Loop {
     }
   }
 
-  /// Until one that waits may have to be let go; nothing else wakes the loop for that.
-  int millisecondsToFirstDeadline() const {
+  /// Until one that waits can start, or may have to be let go; nothing else wakes the loop for that.
+  int millisecondsToNextStart() const {
     using std::chrono::milliseconds;
     if (waiting_.empty()) return std::numeric_limits<int>::max();
+    if (!isFull()) return 0;  // those just delivered have made room
     const auto left = std::chrono::ceil<milliseconds>(firstDeadline_ - Clock::now());
     return static_cast<int>(std::clamp<milliseconds::rep>(left.count(), 0, std::numeric_limits<int>::max()));
   }

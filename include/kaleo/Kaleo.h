@@ -48,8 +48,9 @@ class KALEO_API Kaleo {
   static bool isSupportedNBVersion();
 
   /// Ends the library in order: waiting work is let go, what is queued for the store is written, threads end. For the last moments
-  /// of a process; may take as long as the disk takes. A popup on screen is taken down on the main thread, which must not be
-  /// waiting for this call, unless it makes it. The library cannot be started again.
+  /// of a process; may take as long as the disk takes, and waits for the calls that other threads are in. A popup on screen is
+  /// taken down on the main thread, which must not be waiting for this call, unless it makes it. Must not run on the library's own
+  /// threads, as inside the host's logger or store. The library cannot be started again.
   static void shutdown();
 };
 

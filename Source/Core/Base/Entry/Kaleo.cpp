@@ -21,6 +21,8 @@ struct Process {
   bool ended = false;                       ///< guarded by mutex
   std::thread::id maker;                    ///< who is making the instance, without the lock; guarded by mutex
   std::condition_variable made;
+  int calls = 0;  ///< into the library at this moment; guarded by mutex
+  std::condition_variable returned;
 
   static Process& get() {
     static Process* const process = new Process;
@@ -36,6 +38,41 @@ struct Process {
     return lock;
   }
 
+  /// What a call holds of the library. The end waits for those of other threads: a host may call from inside one of the library's
+  /// own threads, and the library must not end there.
+  class Call {
+   public:
+    explicit Call(Process& process) : process_(process) {
+      {
+        std::lock_guard lock(process_.mutex);
+        ++process_.calls, ++onThisThread;
+      }
+      library_ = process_.library();
+    }
+    ~Call() {
+      library_.reset();
+      std::lock_guard lock(process_.mutex);
+      --process_.calls, --onThisThread;
+      process_.returned.notify_all();
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+    explicit operator bool() const { return library_ != nullptr; }
+    KaleoInstance* operator->() const { return library_.get(); }
+
+    static thread_local int onThisThread;
+
+   private:
+    Process& process_;
+    std::shared_ptr<KaleoInstance> library_;
+  };
+
+  void waitForOtherCalls() {
+    std::unique_lock lock(mutex);
+    returned.wait(lock, [this] { return calls == Call::onThisThread; });
+  }
+
+ private:
   /// The library, made when it is not there. Null after the end, when the process is out of threads or memory, and for a host that
   /// calls from inside a callback out of the making.
   std::shared_ptr<KaleoInstance> library() {
@@ -63,6 +100,8 @@ struct Process {
   }
 };
 
+thread_local int Process::Call::onThisThread = 0;
+
 }  // namespace
 
 KLConfigOptions::KLConfigOptions(std::string apiBaseURL) : KLConfigOptions(std::move(apiBaseURL), Kaleo::host()) {}
@@ -84,31 +123,34 @@ void Kaleo::setPlatform(KLPlatform platform) {
 }
 
 void Kaleo::startWithConfigOptions(std::shared_ptr<KLConfigOptions> options) {
-  if (const auto library = Process::get().library()) library->startWithConfigOptions(std::move(options));
+  if (const Process::Call library{Process::get()}) library->startWithConfigOptions(std::move(options));
 }
 
 bool Kaleo::handleOpenURL(const std::string& url) {
-  const auto library = Process::get().library();
+  const Process::Call library(Process::get());
   return library && library->handleOpenURL(url);
 }
 
 void Kaleo::fetchCampaignsWithCompletion(std::function<void(const KLCampaignResponse&)> completion) {
-  if (const auto library = Process::get().library()) library->fetchCampaignsWithCompletion(std::move(completion));
+  if (const Process::Call library{Process::get()}) library->fetchCampaignsWithCompletion(std::move(completion));
 }
 
 std::string Kaleo::SDKVersion() { return kKLSDKVersion; }
 
 bool Kaleo::isSupportedNBVersion() {
-  const auto library = Process::get().library();
+  const Process::Call library(Process::get());
   return !library || library->isSupportedNBVersion();
 }
 
 void Kaleo::shutdown() {
   Process& process = Process::get();
   std::shared_ptr<KaleoInstance> ending;
-  const auto lock = process.settled();
-  process.ended = true;
-  ending.swap(process.instance);
+  {
+    const auto lock = process.settled();
+    process.ended = true;
+    ending.swap(process.instance);
+  }
+  process.waitForOtherCalls();
 }
 
 }  // namespace kaleo

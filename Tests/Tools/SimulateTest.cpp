@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "Foundation/KLCalendar.h"
 #include "Foundation/KLJSON.h"
 #include "Support/Chromium.h"
 #include "Support/SourceDirectory.h"
@@ -234,9 +235,12 @@ plan  events   expired     time   window  interval  interval  pattern  matched  
 TEST_F(SimulateTest, TheReportIsOnePageThatNeedsNothingElse) {
   arguments.report = directory / "report.html";
   const std::string named = R"(,"absolute_priority":5,"cname":"</script><b>Sale</b><!--")";
-  ASSERT_EQ(run(config(0, plan(1, "A") + "," + plan(2, "A", named)) + track(10, "A") + track(20, "A") + track(7200, "B")),
+  arguments.timeZone = "";
+  ASSERT_EQ(run(config(0, plan(1, "A") + "," + plan(2, "A", named) + "," + plan(3, "A", R"(,"status":"DRAFT")") + "," +
+                              plan(4, "C", R"(,"pattern_popup":{"relation":"AND","matcher_list":[{"event_name":"C"}]})")) +
+                track(10, "A") + track(20, "A") + track(7200, "B") + track(7200, "C") + track(1e20, "A")),
             kSimulated);
-  EXPECT_EQ(shown(), (std::vector<std::string>{"2", "2", "-"}));
+  EXPECT_EQ(shown(), (std::vector<std::string>{"2", "2", "-", "-", "-"}));
   const std::string page = contentsOf(arguments.report);
   for (const char* const outside : {"src=", "href=", "https:", "@import", "<b>Sale"}) EXPECT_THAT(page, Not(HasSubstr(outside)));
 
@@ -244,15 +248,18 @@ TEST_F(SimulateTest, TheReportIsOnePageThatNeedsNothingElse) {
   const auto start = page.find(mark) + mark.size();
   const auto data = KLJSON::parse(page.substr(start, page.find("</script>", start) - start));
   ASSERT_TRUE(data);
-  EXPECT_EQ(data->find("events")->asInteger(), 3);
+  EXPECT_EQ(data->find("events")->asInteger(), 5);
   EXPECT_EQ(data->find("popups")->asArray().size(), 2u);
-  EXPECT_EQ(data->find("hours")->asArray().size(), 2u);
+  EXPECT_EQ(data->find("hours")->asArray().size(), 3u);
+  EXPECT_TRUE(KLCalendar::isKnownTimeZone(data->find("timeZone")->asString())) << "whoever reads it may be in another one";
   EXPECT_EQ(data->find("plans")->asArray()[0].find("name")->asString(), "</script><b>Sale</b><!--");
 
   const auto rendered = renderedByChromium("file://" + arguments.report.string(), directory / "profile");
   if (!rendered) GTEST_SKIP() << kNoChromium;
   for (const char* const text :
-       {"&lt;b&gt;Sale&lt;/b&gt;", "5 of 5 decisions", "a higher one came first", "no plan listens to it", "<circle"}) {
+       {"&lt;b&gt;Sale&lt;/b&gt;", "8 of 8 decisions", R"(cell">its matchers are joined by AND, which never fires<)",
+        R"(cell">a higher one came first<)", "&lt;!-- (2) showed instead", R"(cell">no plan listens to it<)",
+        "not run: it is not active", "listens to C<", R"(cell">a time beyond all calendars<)", "<circle"}) {
     EXPECT_THAT(*rendered, HasSubstr(text));
   }
 }

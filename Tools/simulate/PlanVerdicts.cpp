@@ -1,6 +1,10 @@
 #include "simulate/PlanVerdicts.h"
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
+
+#include "Core/Utils/KLJSONSerialization.h"
 
 namespace kaleo::tools {
 namespace {
@@ -26,6 +30,36 @@ Verdict verdictOf(KLDiagnosisState state) {
   }
 }
 
+/// As PlanVerdict has them.
+KLValue::Array valuesOf(const DecisionRecord& record) {
+  constexpr double kMillisecondsPerSecond = 1000;
+  const auto value = [&record](std::string_view key) {
+    const KLValue* const found = record.content.find(key);
+    return found ? *found : KLValue();
+  };
+  const auto seconds = [&record](std::string_view key) {
+    return KLValue(quillon_doubleValue(record.content.find(key)) / kMillisecondsPerSecond);
+  };
+  switch (record.state) {
+    case KLDiagnosisState::NotConverted:
+    case KLDiagnosisState::PlanInterval:
+      return {seconds(kQuillonDiagnosticInfoKeyWindowEnd)};
+    case KLDiagnosisState::GlobalInterval:
+      return {seconds(kQuillonDiagnosticInfoKeyWindowEnd), value("last_campaign_id")};
+    case KLDiagnosisState::Pattern:
+      if (!record.content.find("current_count")) return {};
+      return {value("current_count"), value("campaign_count")};
+    case KLDiagnosisState::GlobalLimit:
+      return {seconds(kQuillonDiagnosticInfoKeyWindowStart), value("current_campaign_count"), value("global limit count")};
+    case KLDiagnosisState::ReEnterLimit:
+      return {seconds(kQuillonDiagnosticInfoKeyWindowEnd), value("current_campaign_count"), value("reEnter_limit_count")};
+    case KLDiagnosisState::LowerPriority:
+      return {value("trigger_campaign_id")};
+    default:
+      return {};
+  }
+}
+
 }  // namespace
 
 PlanVerdicts::PlanVerdicts(const KLPlanManager& plans, const std::string& event, double now) {
@@ -33,7 +67,8 @@ PlanVerdicts::PlanVerdicts(const KLPlanManager& plans, const std::string& event,
     const Verdict verdict = plan->planModel().isExpired(now)                               ? Verdict::Expired
                             : plan->planModel().repeatDisplay && !plan->isInDisplayCycle() ? Verdict::DisplayTime
                                                                                            : Verdict::Pattern;
-    unrecorded_.push_back({plan->planId(), verdict});
+    const bool neverFires = verdict == Verdict::Pattern && plan->planModel().patternPopup.isUnsupported();
+    unrecorded_.push_back({plan->planId(), verdict, neverFires ? KLValue::Array{"AND"} : KLValue::Array{}});
   }
 }
 
@@ -41,8 +76,14 @@ std::vector<PlanVerdict> PlanVerdicts::after(const DecisionRecords& records) con
   std::vector<PlanVerdict> verdicts = unrecorded_;
   for (const auto& record : records) {
     const auto of = std::ranges::find(verdicts, record.entityId.value_or(""), &PlanVerdict::planKey);
+    if (of == verdicts.end()) continue;
+    const Verdict verdict = verdictOf(record.state);
+    KLValue::Array values = valuesOf(record);
+    // Each matcher of a pattern may write a record: one that counted says more than one that did not.
+    if (verdict == Verdict::Pattern && values.empty() && of->verdict == verdict) continue;
     // A record of the pattern is followed by that of a later check, where the event gets that far.
-    if (of != verdicts.end()) of->verdict = verdictOf(record.state);
+    of->verdict = verdict;
+    of->values = std::move(values);
   }
   return verdicts;
 }

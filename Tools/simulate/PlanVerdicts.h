@@ -5,6 +5,7 @@
 
 #include "Core/Window/KLPlanManager.h"
 #include "host/DecisionRecorder.h"
+#include "kaleo/KLValue.h"
 
 namespace kaleo::tools {
 
@@ -26,6 +27,12 @@ inline constexpr std::size_t kVerdicts = 10;
 struct PlanVerdict {
   std::string planKey;
   Verdict verdict;
+  /// What the check compared; times in seconds since 1970, plans by key.
+  /// ConvertWindow, PlanInterval: end of the window. GlobalInterval: its end, the plan of the last popup (may be null).
+  /// Pattern: events counted, events needed; "AND" where that joins the matchers, which never fires; else nothing, as other events
+  /// or properties are asked for.
+  /// GlobalLimit: start of the window, popups, limit. ReEntry: end of the window, popups, limit. Inhibited: the plan that showed.
+  KLValue::Array values = {};
 };
 
 /// Finds the verdicts on one event: from the records of the checks that write some, and, for those that write none, by asking the

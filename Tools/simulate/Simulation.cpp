@@ -93,8 +93,13 @@ class Run {
   bool writePage() const {
     const bool isStandardInput = arguments_.events == kStandardInput;
     std::ofstream file(arguments_.report, std::ios::binary);
-    file << page_.html(isStandardInput ? "standard input" : arguments_.events, arguments_.timeZone, summary_);
+    file << page_.html(isStandardInput ? "standard input" : arguments_.events, timeZone(), summary_);
     return static_cast<bool>(file.flush());
+  }
+
+  /// The run's time zone by name: whoever opens the page may be in another one.
+  std::string timeZone() const {
+    return arguments_.timeZone.empty() ? KLCalendar({}, KLWeekday::Monday).formatDate(0, "VV") : arguments_.timeZone;
   }
 
   void report(std::uint64_t number, const std::string& fault) {

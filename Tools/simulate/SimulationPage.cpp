@@ -8,7 +8,7 @@
 namespace kaleo::tools {
 namespace {
 
-constexpr std::int64_t kHour = 3600;
+constexpr double kHour = 3600;
 constexpr std::string_view kDataMark = "@DATA@";
 
 /// By Verdict.
@@ -38,6 +38,7 @@ KLValue::Array plansOf(const SimulationSummary& summary) {
     plans.emplace_back(KLObject{{"id", row->key},
                                 {"name", row->name},
                                 {"priority", row->priority},
+                                {"listensTo", KLValue::Array(row->listensTo.begin(), row->listensTo.end())},
                                 {"leftOut", row->leftOut},
                                 {"counts", arrayOf(row->counts)}});
   }
@@ -60,10 +61,11 @@ void SimulationPage::tracked(std::uint64_t line, const SimulationResult& result)
     verdicts_ += result.verdicts.size();
     KLValue::Array verdicts;
     for (const PlanVerdict& verdict : result.verdicts) {
-      verdicts.emplace_back(KLValue::Array{verdict.planKey, static_cast<int>(verdict.verdict)});
+      KLValue::Array entry{verdict.planKey, static_cast<int>(verdict.verdict)};
+      entry.insert(entry.end(), verdict.values.begin(), verdict.values.end());
+      verdicts.emplace_back(std::move(entry));
     }
-    decisions_.emplace_back(KLValue::Array{static_cast<std::int64_t>(line), result.at, orNull(result.event), orNull(result.shown),
-                                           std::move(verdicts)});
+    decisions_.emplace_back(KLValue::Array{static_cast<std::int64_t>(line), result.at, orNull(result.event), std::move(verdicts)});
   }
   if (!result.shown || popups_.size() >= kMaxPopups) return;
   KLValue::Array bars;
@@ -74,7 +76,7 @@ void SimulationPage::tracked(std::uint64_t line, const SimulationResult& result)
 }
 
 void SimulationPage::count(double at, const std::vector<PlanVerdict>& verdicts) {
-  const auto start = static_cast<std::int64_t>(std::floor(at / kHour)) * kHour;
+  const double start = std::floor(at / kHour) * kHour;
   if (hours_.empty() || hours_.back().start != start) hours_.push_back({start, {}});
   for (const PlanVerdict& verdict : verdicts) ++hours_.back().counts[static_cast<std::size_t>(verdict.verdict)];
 }

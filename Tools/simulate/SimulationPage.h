@@ -23,13 +23,13 @@ class SimulationPage {
   /// After the event of input line `line`; `result` carries verdicts and windows.
   void tracked(std::uint64_t line, const SimulationResult& result);
 
-  /// `source`: what the stream is called; `timeZone`: IANA name, "" for the reader's own.
+  /// `source`: what the stream is called; `timeZone`: name of the run's.
   std::string html(const std::string& source, const std::string& timeZone, const SimulationSummary& summary) const;
 
  private:
   /// What became of events within one hour, by verdict.
   struct Hour {
-    std::int64_t start = 0;  ///< seconds since 1970
+    double start = 0;  ///< seconds since 1970
     std::array<std::int64_t, kVerdicts> counts{};
   };
 

@@ -29,6 +29,15 @@ std::vector<Table::Cell> cellsOf(const SimulationSummary::Row& row) {
   return cells;
 }
 
+std::vector<std::string> eventsOf(const KLPopupPlanModel& plan) {
+  std::vector<std::string> names;
+  for (const KLPlanPopupMatcher& matcher : plan.patternPopup.matcherList) {
+    const std::string name = matcher.eventName.value_or("");
+    if (!name.empty() && std::ranges::find(names, name) == names.end()) names.push_back(name);
+  }
+  return names;
+}
+
 }  // namespace
 
 std::uint64_t SimulationSummary::Row::events() const { return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}); }
@@ -44,6 +53,7 @@ void SimulationSummary::configured(const KLPopupConfig& configuration, const Sim
     row.name = plan->cname.value_or("");
     row.priority = plan->absolutePriority;
     row.id = plan->planID;
+    row.listensTo = eventsOf(*plan);
     row.leftOut.clear();
   }
   for (const auto& record : result.records) {

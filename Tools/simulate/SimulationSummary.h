@@ -20,7 +20,8 @@ class SimulationSummary {
     std::string key;   ///< the plan's id in decimal
     std::string name;  ///< as configured
     std::int64_t priority = 0, id = 0;
-    std::string leftOut;  ///< why the latest configuration's plan did not run; "" when it did
+    std::vector<std::string> listensTo;  ///< names of events, each once
+    std::string leftOut;                 ///< why the latest configuration's plan did not run; "" when it did
     std::array<std::uint64_t, kVerdicts> counts{};
 
     std::uint64_t count(Verdict verdict) const { return counts[static_cast<std::size_t>(verdict)]; }

@@ -403,12 +403,14 @@ TEST_F(ServeTest, TellsWhatItHasSeenToThePage) {
 TEST_F(ServeTest, ThePageShowsItAllAndTakesNothingForMarkup) {
   write("user_popup_configs.json",
         R"({"popup_plans": [{"plan_id": 7, "cname": "<b>Spring</b> sale", "status": "ACTIVE", "is_audience": true,
-      "pattern_popup": {"matcher_list": [{"event_name": "ViewShop"}]}}]})");
+      "pattern_popup": {"matcher_list": [{"event_name": "ViewShop"}]}},
+      {"plan_id": 8, "cname": {}, "pattern_popup": {"matcher_list": {"event_name": "Pay"}}}, null]})");
   write("faults.json", R"({"/images/*": {"status": 404}})");
   get("/klo/user_popup_configs?distinct_id=alice");
   get("/klo/popup_displays?project=default&popup_display_uuids=UUID-1,UUID-2");
   get("/images/%3Cscript%3Ealert(1)%3C/script%3E");
-  line("/images/");
+  get("/klo/popup_windows/none");
+  line("popup_windows");
   httplib::Client client("127.0.0.1", server_->port());
   client.Post("/live/conversions", httplib::Params{{"uuid", "UUID-2"}, {"time", "today"}});
   client.Post("/klo/user_diagnose_logs", R"({"installation_id": "A", "records": [
@@ -420,9 +422,9 @@ TEST_F(ServeTest, ThePageShowsItAllAndTakesNothingForMarkup) {
   if (!page) GTEST_SKIP() << kNoChromium;
   for (const char* const text :
        {"class=\"on\">live<", "/klo/user_popup_configs", "&lt;b&gt;Spring&lt;/b&gt; sale", "listens to ViewShop", "to alice at",
-        "UUID-1", "converted today", "Undo", "&lt;script&gt;alert(1)&lt;/script&gt;", "status 404", "4 so far",
-        "Refused: re-entry, 1 of 1 popups shown.", "&lt;i&gt;Pay&lt;/i&gt;", "bob", "plan 7", "was handed on to be shown",
-        "Something was recorded that cannot be read."}) {
+        "UUID-1", "converted today", "Undo", "&lt;script&gt;alert(1)&lt;/script&gt;", "status 404", "5 so far", "Plan 8",
+        "popup_windows/none.json: there is no such file", "Refused: re-entry, 1 of 1 popups shown.", "&lt;i&gt;Pay&lt;/i&gt;",
+        "bob", "plan 7", "was handed on to be shown", "Something was recorded that cannot be read."}) {
     EXPECT_THAT(*page, HasSubstr(text));
   }
   EXPECT_THAT(*page, ::testing::Not(HasSubstr("<b>Spring")));

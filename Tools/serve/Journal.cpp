@@ -55,7 +55,8 @@ KLValue::Array Journal::requestsFrom(std::int64_t number) const {
                             {"target", request.target},
                             {"status", request.status},
                             {"bytes", static_cast<std::int64_t>(request.bytes)},
-                            {"fault", request.fault}});
+                            {"fault", request.fault},
+                            {"reason", request.reason}});
   }
   return list;
 }

@@ -26,7 +26,8 @@ class Journal {
     std::string target;  ///< path and query as they came
     int status = 0;
     std::size_t bytes = 0;
-    std::string fault;  ///< what was made to go wrong; empty: nothing
+    std::string fault;   ///< what was made to go wrong; empty: nothing
+    std::string reason;  ///< why it was refused, for people; empty: it was not
   };
 
   explicit Journal(double began) : began_(began) {}

@@ -73,6 +73,14 @@ std::vector<std::string> split(const std::string& text, char separator) {
   return parts;
 }
 
+/// Why a request was refused, where that was not made so on purpose; "" otherwise.
+std::string reasonOf(const Response& response) {
+  constexpr int kFirstRefusal = 400, kNotFound = 404;
+  if (response.status < kFirstRefusal || response.has_header(kFaultHeader)) return "";
+  if (response.status == kNotFound && response.body.empty()) return "Nothing is served at this path.";
+  return response.get_header_value("Content-Type") == kText ? response.body.substr(0, response.body.find('\n')) : "";
+}
+
 /// Keeps a request from writing control characters to the terminal.
 std::string printable(std::string text) {
   std::replace_if(
@@ -172,7 +180,7 @@ void PopupServer::State::note(const Request& request, const Response& response) 
   if (request.path == "/" || request.path.starts_with(kLivePath)) return;
   const std::string fault = response.get_header_value(kFaultHeader);
   const std::size_t bytes = response.content_length_ > 0 ? response.content_length_ : response.body.size();
-  journal.add({clock.now(), request.method, request.target, response.status, bytes, fault});
+  journal.add({clock.now(), request.method, request.target, response.status, bytes, fault, reasonOf(response)});
   const auto now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   print(fmt::format("{:%H:%M:%S}  {:<4} {}  {}  {} bytes{}", fmt::localtime(now), printable(request.method),
                     printable(request.target), response.status, bytes, fault.empty() ? "" : fmt::format("  ({})", fault)));

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -78,7 +81,14 @@ struct PopupStage {
   }
   /// These surroundings on other threads.
   KLCampaignSurroundings surroundingsOn(KLThreading& threads, KLQueue& mainQueue) {
-    return {threads, mainQueue, downloads.center, bridge, downloads.log, surroundings.options, surroundings.planWithIdentifier};
+    return {threads,
+            mainQueue,
+            downloads.center,
+            bridge,
+            downloads.log,
+            surroundings.options,
+            surroundings.planWithIdentifier,
+            surroundings.noteOutcome};
   }
   KLPresentation presentation() const { return {screen, std::make_shared<KLFixedTextMeasurer>(), pasteboard, windows}; }
 
@@ -92,13 +102,22 @@ struct PopupStage {
   std::shared_ptr<KLMemoryPasteboard> pasteboard = std::make_shared<KLMemoryPasteboard>();
   std::shared_ptr<KLHeadlessWindowFactory> windows = std::make_shared<KLHeadlessWindowFactory>(threading.mainQueue(), screen);
   std::vector<std::string> notifications;
+  std::vector<std::string> outcomes;  ///< "plan: message", with the error's code and text
   KLCampaignSurroundings surroundings{threading,
                                       *threading.mainQueue(),
                                       downloads.center,
                                       bridge,
                                       downloads.log,
                                       [this] { return options; },
-                                      [this](const std::string& id) { return id == plan->planKey() ? plan : nullptr; }};
+                                      [this](const std::string& id) { return id == plan->planKey() ? plan : nullptr; },
+                                      [this](const KLPopupOutcome& outcome) { note(outcome); }};
+
+ private:
+  void note(const KLPopupOutcome& outcome) {
+    EXPECT_EQ(outcome.popupUUID.substr(0, 4), "UUID");
+    const std::string error = outcome.error ? fmt::format(" {} {}", outcome.error->code, outcome.error->localizedDescription) : "";
+    outcomes.push_back(outcome.planID + ": " + outcome.content().find("message")->asString() + error);
+  }
 };
 
 }  // namespace kaleo::testing

@@ -36,6 +36,9 @@ class RecordingDiagnosis : public KLDiagnosis {
   void saveJourneyId(const std::string&, const std::string&, const std::string&) override {}
   void saveUserId(const std::string& userId, const std::string& distinctId) override { users.emplace_back(userId, distinctId); }
   void verifyDatabaseFile(const std::string&) override {}
+  void addOutcome(const KLPopupOutcome& outcome) override {
+    outcomes.push_back(outcome.planID + ": " + outcome.content().find("message")->asString());
+  }
 
   std::vector<Record> records() const {
     std::lock_guard lock(mutex_);
@@ -55,6 +58,7 @@ class RecordingDiagnosis : public KLDiagnosis {
   double expiration = 0;
   int diagnostors = 0, flushes = 0;
   std::vector<std::pair<std::string, std::string>> users;
+  std::vector<std::string> outcomes;  ///< "plan: message"
 
  private:
   void add(Record record) {

@@ -9,6 +9,7 @@
 #include "kaleo/KLDecision.h"
 #include "kaleo/KLExport.h"
 #include "kaleo/KLHost.h"
+#include "kaleo/KLPopupOutcome.h"
 #include "kaleo/KLQueue.h"
 #include "kaleo/KLValue.h"
 
@@ -54,6 +55,9 @@ class KALEO_API KLDiagnosis {
   virtual void saveJourneyId(const std::string& journeyId, const std::string& userId, const std::string& entityId) = 0;
   virtual void saveUserId(const std::string& userId, const std::string& distinctId) = 0;
   virtual void verifyDatabaseFile(const std::string& path) = 0;
+  /// What became of a popup after the record with the state `Finished` of its plan: that it is shown and, later, that it has
+  /// ended; or that it failed or was handed over. Test popups are left out. Ignored unless overridden.
+  virtual void addOutcome(const KLPopupOutcome& outcome) { (void)outcome; }
 
  protected:
   KLDiagnosis() = default;

@@ -18,6 +18,12 @@ inline KLError notTriggerPlan() { return KLError::kaleo(KLError::NotTriggerPlan,
 inline KLError callbackMissing() { return KLError::kaleo(KLError::CallbackMissing, "自定义触达计划未实现弹窗生命周期回调"); }
 inline KLError popupContentMissing() { return KLError::kaleo(KLError::ContentMissing, "获取测试弹窗内容失败"); }
 
+// Of outcomes only: the application is told nothing of them.
+inline KLError displaced(const std::string& planID) {
+  return {kKaleoErrorDomain, 0, "the popup of plan " + planID + " is still on screen"};
+}
+inline KLError windowLost() { return {kKaleoErrorDomain, 0, "the window was lost"}; }
+
 }  // namespace KLCampaignErrors
 
 /// An error as log lines write it.

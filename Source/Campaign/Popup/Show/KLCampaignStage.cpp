@@ -84,6 +84,11 @@ bool KLCampaignStage::mayStart(const std::shared_ptr<KLCampaign>& campaign) {
   return answer == Answer::Yes || answer == Answer::NoDelegate;
 }
 
+void KLCampaignStage::note(const KLCampaign& campaign, KLPopupOutcome::Kind kind, std::optional<KLError> error) {
+  if (!campaign.planID || !surroundings_.noteOutcome) return;
+  surroundings_.noteOutcome({kind, *campaign.planID, campaign.uuid.value_or(""), std::move(error)});
+}
+
 bool KLCampaignStage::begin(const std::shared_ptr<Question>& question) {
   std::lock_guard lock(mutex_);
   if (!closed_) pending_ = question;

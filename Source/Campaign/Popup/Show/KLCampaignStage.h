@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 
 #include "Core/Base/Campaign/KLCampaignSurroundings.h"
@@ -46,6 +47,8 @@ class KLCampaignStage {
   /// nothing.
   bool mayStart(const std::shared_ptr<KLCampaign>& campaign);
 
+  /// Tells what became of the campaign; nothing for a test popup. Before the notification.
+  void note(const KLCampaign& campaign, KLPopupOutcome::Kind kind, std::optional<KLError> error = {});
   void post(const char* notification) { surroundings_.notificationCenter.post(notification); }
 
   /// Drops what has not begun, lets go of who waits for an answer, and waits for what runs. Not on the resolver's queue.

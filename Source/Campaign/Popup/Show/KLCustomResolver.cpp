@@ -24,7 +24,9 @@ bool KLCustomResolver::canReachCampaign(const KLCampaign& campaign) const { retu
 void KLCustomResolver::show(const Campaign& campaign) {
   const KLCampaignPlanEvent event(campaign, stage_.surroundings());
   if (const auto error = refusal(campaign, event)) return loadFailedWithCampaign(campaign, event, *error);
-  if (handOver(campaign, event)) stage_.post(kCampaignDidEndNotification);
+  if (!handOver(campaign, event)) return;
+  stage_.note(*campaign, KLPopupOutcome::Kind::HandedOver);
+  stage_.post(kCampaignDidEndNotification);
 }
 
 void KLCustomResolver::showTest(const Campaign& campaign) {
@@ -58,6 +60,7 @@ bool KLCustomResolver::handOver(const Campaign& campaign, const KLCampaignPlanEv
 void KLCustomResolver::loadFailedWithCampaign(const Campaign& campaign, const KLCampaignPlanEvent& event, const KLError& error) {
   if (stage_.isClosed()) return;  // the library ends; nothing has failed
   event.trackPlanPopupDisplayWithError(error);
+  stage_.note(*campaign, KLPopupOutcome::Kind::Failed, error);
   if (campaign->planID) stage_.post(kCampaignDidFailedNotification);
   stage_.tellCampaignDelegate([campaign, error](auto& delegate) { delegate.campaignFailed(*campaign, error); });
 }

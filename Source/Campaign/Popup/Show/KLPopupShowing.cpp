@@ -53,6 +53,7 @@ bool KLPopupShowing::take(const Campaign& campaign) {
   if (holder) {
     log().info("Current plan ID is {}, new plan ID is {}. The new plan popup window don't show", planIDOf(*holder),
                planIDOf(*campaign));
+    stage_.note(*campaign, KLPopupOutcome::Kind::Failed, KLCampaignErrors::displaced(planIDOf(*holder)));
   }
   return !holder;
 }
@@ -76,6 +77,7 @@ void KLPopupShowing::loadFailedWithCampaign(const Campaign& campaign, const KLCa
   if (stage_.isClosed()) return;  // the library ends; nothing has failed
   event.trackPlanPopupDisplayWithError(error);
   release(campaign);  // before the notification, which may bring the next campaign at once
+  stage_.note(*campaign, KLPopupOutcome::Kind::Failed, error);
   if (campaign->planID) stage_.post(kCampaignDidFailedNotification);
   stage_.tellPopupDelegate([campaign, error](auto& delegate) { delegate.popupLoadFailedWithPlanID(planIDOf(*campaign), error); });
   stage_.tellCampaignDelegate([campaign, error](auto& delegate) { delegate.campaignFailed(*campaign, error); });
@@ -116,6 +118,7 @@ void KLPopupShowing::willShowPopupViewController(KLPopupViewController& controll
 void KLPopupShowing::didShowPopupViewController(KLPopupViewController& controller) {
   stage_.here([this, campaign = controller.campaign()] {
     log().detail("Popup window did show.");
+    stage_.note(*campaign, KLPopupOutcome::Kind::Shown);
     stage_.tellCampaignDelegate([campaign](auto& delegate) { delegate.campaignDidStart(*campaign); });
     stage_.tellPopupDelegate([campaign](auto& delegate) { delegate.popupLoadSuccessWithPlanID(planIDOf(*campaign)); });
   });
@@ -139,7 +142,12 @@ void KLPopupShowing::ended(const KLPopupViewController& controller) {
   // The place is freed before the notification, which may bring the next campaign at once. A second dismissal and a test popup
   // beside a normal one do not end what others wait for.
   const bool isTest = !controller.campaign()->planID;
-  if (release(controller.campaign()) || (isTest && isIdle())) stage_.post(kCampaignDidEndNotification);
+  const bool isFirst = release(controller.campaign());
+  if (isFirst) {
+    stage_.note(*controller.campaign(), KLPopupOutcome::Kind::Ended,
+                controller.isWindowLost() ? std::optional(KLCampaignErrors::windowLost()) : std::nullopt);
+  }
+  if (isFirst || (isTest && isIdle())) stage_.post(kCampaignDidEndNotification);
 }
 
 void KLPopupShowing::didClickForElement(KLPopupViewController& controller, KLView& view) {

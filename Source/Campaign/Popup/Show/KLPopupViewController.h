@@ -64,6 +64,8 @@ class KLPopupViewController final : public std::enable_shared_from_this<KLPopupV
   void elementClickAction(KLView& view);
 
   bool isOnScreen() const { return keepAlive_ != nullptr; }
+  /// Whether the window system took the window away.
+  bool isWindowLost() const { return lost_; }
 
  private:
   using Tell = void (KLPopupViewControllerDelegate::*)(KLPopupViewController&);

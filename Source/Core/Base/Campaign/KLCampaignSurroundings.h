@@ -9,6 +9,7 @@
 #include "Core/Nimbra/NBBridge.h"
 #include "kaleo/KLConfigOptions.h"
 #include "kaleo/KLNotificationCenter.h"
+#include "kaleo/KLPopupOutcome.h"
 #include "kaleo/KLQueue.h"
 
 namespace kaleo {
@@ -24,6 +25,8 @@ struct KLCampaignSurroundings {
   std::function<std::shared_ptr<KLConfigOptions>()> options;
   /// The plan in force with that id (decimal), or null. Any thread.
   std::function<std::shared_ptr<const KLPopupPlanModel>(const std::string& planID)> planWithIdentifier;
+  /// Told what became of each plan's popup, before the notification that it has ended or failed. Any thread; may be empty.
+  std::function<void(KLPopupOutcome)> noteOutcome = {};
 };
 
 }  // namespace kaleo

@@ -204,6 +204,10 @@ void KLCampaignDiagnosis::addDecisions(const KLDecisionContext& context, std::sp
   state_->add(context, decisions);
 }
 
+void KLCampaignDiagnosis::addOutcome(const KLPopupOutcome& outcome) {
+  state_->add(outcome.content(), outcome.planID, outcome.state(), KLDiagnosisType::Trigger);
+}
+
 void KLCampaignDiagnosis::flushWithCondition(const KLValue* condition) {
   state_->later([wanted = KLDiagnosisCondition::fromResponseData(condition)](State& state) { state.upload().flush(wanted); });
 }

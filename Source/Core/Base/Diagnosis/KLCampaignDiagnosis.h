@@ -38,6 +38,8 @@ class KLCampaignDiagnosis final : public KLDiagnosis {
   /// From now on records are about this user.
   void saveUserId(const std::string& userId, const std::string& distinctId) override;
   void verifyDatabaseFile(const std::string& path) override;
+  /// Keeps it among the decisions, but never uploads it.
+  void addOutcome(const KLPopupOutcome& outcome) override;
 
  private:
   class State;

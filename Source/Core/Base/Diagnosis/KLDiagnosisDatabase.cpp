@@ -39,6 +39,9 @@ std::string contentOf(const KLDiagnosisRecord& record) {
   return KLJSON::serialize(std::move(rest));
 }
 
+/// What became of a popup is kept as if the server had it: it would not know what to make of it.
+bool isOutcome(const KLDiagnosisRecord& record) { return record.state > KLDiagnosisState::Finished; }
+
 /// "AND (a IN (?, ...) OR b IN (?, ...))" for what is asked for, with a place for each id.
 std::string places(std::size_t count) {
   std::string text = "(";
@@ -93,10 +96,10 @@ bool KLDiagnosisDatabase::appendRow(const KLDiagnosisRecord& record, const std::
   const KLDiagnosisUser& user = record.user ? *record.user : kNobody;
   return file_.write(
       "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus, "
-      "event) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
+      "event, acknowledged) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
       kTexts, record.time, project, encrypted(user.userId), encrypted(user.distinctId), encrypted(record.planId),
       static_cast<int>(record.state), static_cast<int>(record.type), encrypted(contentOf(record)), encryptor_ ? 1 : 0,
-      encrypted(record.event));
+      encrypted(record.event), isOutcome(record) ? 1 : 0);
 }
 
 bool KLDiagnosisDatabase::shrink() {

@@ -82,7 +82,8 @@ KLPresentationHooks KLLibrary::makePresentation() {
                                             bridge_,
                                             log_,
                                             [this] { return manager_->options(); },
-                                            [this](const std::string& planID) { return manager_->planWithIdentifier(planID); }};
+                                            [this](const std::string& planID) { return manager_->planWithIdentifier(planID); },
+                                            [this](KLPopupOutcome outcome) { manager_->noteOutcome(std::move(outcome)); }};
   auto campaigns = std::make_shared<const KLCampaignManager>(std::vector<std::shared_ptr<KLCampaignResolver>>{
       std::make_shared<KLPopupResolver>(surroundings, platform_.presentation, imageDownloader_, platform_.directories.resources),
       std::make_shared<KLCustomResolver>(surroundings)});

@@ -41,6 +41,17 @@ std::shared_ptr<const KLPopupPlanModel> KLManager::planWithIdentifier(const std:
   return trigger ? trigger->planWithIdentifier(planID) : nullptr;
 }
 
+void KLManager::noteOutcome(KLPopupOutcome outcome) {
+  KLTrigger* const trigger = trigger_;
+  if (!trigger || !around_.diagnosis.get()) return;
+  trigger->noteOutcome(std::move(outcome));
+  // For one that comes when its popup is waited for no more, as when the application itself has posted the end.
+  triggerQueue_->async([weak = weak_from_this()] {
+    const auto self = weak.lock();
+    if (KLTrigger* const present = self ? self->trigger() : nullptr) present->recordOutcomes();
+  });
+}
+
 void KLManager::changePlans(NeededEvents needed, std::function<void(KLManager&)> work) {
   std::list<NeededEvents> change{std::move(needed)};
   const auto place = change.begin();

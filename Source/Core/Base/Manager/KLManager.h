@@ -47,6 +47,8 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
 
   std::shared_ptr<KLConfigOptions> options() const;
   std::shared_ptr<const KLPopupPlanModel> planWithIdentifier(const std::string& planID) const;
+  /// Has the recorder, if there is one, told what became of a popup. Waits for nothing.
+  void noteOutcome(KLPopupOutcome outcome);
   bool hasCompleteInit() const { return hasCompleteInit_; }
   /// Null before the start and after the end. Use it on the trigger queue, but for what it allows elsewhere.
   KLTrigger* trigger() const { return trigger_; }

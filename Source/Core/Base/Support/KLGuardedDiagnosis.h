@@ -45,6 +45,9 @@ class KLGuardedDiagnosis final : public KLDiagnosis {
   void verifyDatabaseFile(const std::string& path) override {
     guard([&] { recorder_->verifyDatabaseFile(path); });
   }
+  void addOutcome(const KLPopupOutcome& outcome) override {
+    guard([&] { recorder_->addOutcome(outcome); });
+  }
 
  private:
   template <class Call>

@@ -6,7 +6,7 @@ namespace kaleo {
 
 KLTrigger::KLTrigger(KLTriggerSurroundings surroundings)
     : around_(std::move(surroundings)),
-      dismissed_(around_.threading.makeWakeUp()),
+      popup_(std::make_shared<KLPopupWait>(around_.threading)),
       planManager_({around_.log, around_.store, around_.diagnosis, around_.hostStore, around_.time, around_.user}),
       globalWindows_(around_),
       convertResults_(std::make_shared<KLConvertResults>(around_, planManager_)),
@@ -28,14 +28,14 @@ KLTrigger::~KLTrigger() {
 
 void KLTrigger::stop() {
   stopped_ = true;
-  dismissed_->raise();
+  popup_->end();
 }
 
 void KLTrigger::wakeUp(const char* message) {
   // The log goes to the host from a background queue, as a notification may come under locks of the host's.
-  around_.threading.backgroundQueue()->async([&log = around_.log, dismissed = dismissed_, message] {
+  around_.threading.backgroundQueue()->async([&log = around_.log, popup = popup_, message] {
     log.info("{}", message);
-    dismissed->raise();
+    popup->end();
   });
 }
 
@@ -82,7 +82,7 @@ bool KLTrigger::shouldHandleEvent(const KLEventName& name, const KLPlanManager* 
 
 void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {
   triggledPlan_ = nullptr;
-  dismissed_->reset();
+  popup_->begin();
   around_.log.info("Start checking all plans process for event {}", name);
   KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name);
   if (!listeners) return;
@@ -196,9 +196,17 @@ void KLTrigger::present(const KLPopupPlan& plan, const std::string& uuid, KLShow
 
 void KLTrigger::waitForDismissal(KLPopupPlan& plan) {
   around_.log.info("Lock current thread, wait for plan: {} to dismiss popup", plan.planModel().planID);
-  if (dismissed_->isRaised()) return;
-  dismissed_->wait(-1);
-  if (!stopped_) createIntervalWindows(plan);
+  const bool isOver = popup_->hasEnded();
+  popup_->wait([this](const KLPopupOutcome& outcome) { record(outcome); });
+  if (!isOver && !stopped_) createIntervalWindows(plan);
+}
+
+void KLTrigger::recordOutcomes() {
+  popup_->handOut([this](const KLPopupOutcome& outcome) { record(outcome); });
+}
+
+void KLTrigger::record(const KLPopupOutcome& outcome) {
+  if (KLDiagnosis* const recorder = around_.diagnosis.get()) recorder->addOutcome(outcome);
 }
 
 }  // namespace kaleo

@@ -9,6 +9,7 @@
 #include "Core/Base/Trigger/KLConvertResults.h"
 #include "Core/Base/Trigger/KLGlobalWindows.h"
 #include "Core/Base/Trigger/KLPlanChecks.h"
+#include "Core/Base/Trigger/KLPopupWait.h"
 #include "Core/Base/Trigger/KLTriggerSurroundings.h"
 #include "Core/Model/KLEventName.h"
 #include "Core/Window/KLPlanManager.h"
@@ -18,8 +19,8 @@ namespace kaleo {
 /// Decides, for each event of the host, whether a popup plan fires and which; hands the popup to presentation and holds its worker
 /// until the popup is gone, so that quiet periods begin when it is dismissed and no second popup can start meanwhile.
 ///
-/// Threads: the trigger queue, which blocks while a popup is on screen; `planWithIdentifier` and `stop` from any thread; the two
-/// campaign notifications come from any thread.
+/// Threads: the trigger queue, which blocks while a popup is on screen, unless a member says otherwise; the two campaign
+/// notifications come from any thread.
 class KLTrigger {
  public:
   explicit KLTrigger(KLTriggerSurroundings surroundings);
@@ -47,6 +48,11 @@ class KLTrigger {
   /// Whether any plan of the configuration in force listens to that event. Any thread.
   bool isNeededEvent(std::string_view name) const;
 
+  /// Notes what became of the popup that is waited for. Any thread.
+  void noteOutcome(KLPopupOutcome outcome) { popup_->add(std::move(outcome)); }
+  /// Records what has been noted since. While a popup is waited for, the wait does that by itself.
+  void recordOutcomes();
+
   /// Lets a waiting worker go and makes every later event pass without effect. Any thread.
   void stop();
 
@@ -64,9 +70,10 @@ class KLTrigger {
   void present(const KLPopupPlan& plan, const std::string& uuid, KLShowCampaign show);
   void waitForDismissal(KLPopupPlan& plan);
   void wakeUp(const char* message);
+  void record(const KLPopupOutcome& outcome);
 
   KLTriggerSurroundings around_;
-  std::shared_ptr<KLWakeUp> dismissed_;  ///< raised: no popup is waited for (`shouldWait` is off)
+  const std::shared_ptr<KLPopupWait> popup_;  ///< ended: no popup is waited for (`shouldWait` is off)
   std::atomic<bool> stopped_{false};
   KLPlanManager planManager_;
   KLGlobalWindows globalWindows_;

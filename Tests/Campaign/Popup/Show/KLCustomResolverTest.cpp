@@ -29,6 +29,7 @@ class KLCustomResolverTest : public ::testing::Test {
     ASSERT_EQ(stage.events(), Names{"$PlanPopupDisplay"});
     EXPECT_EQ(*stage.downloads.host.nimbra->tracked()[0].properties.find("$kl_fail_reason"), KLValue(text));
     EXPECT_EQ(stage.delegates->notes.back(), "campaignFailed " + code);
+    EXPECT_EQ(stage.outcomes, Names{"42: popup failed " + code + " " + text});
     EXPECT_EQ(std::count(stage.delegates->notes.begin(), stage.delegates->notes.end(), "campaignDidStart"), 0);
   }
 
@@ -42,6 +43,7 @@ TEST_F(KLCustomResolverTest, HandsTheCampaignOverAndEndsIt) {
   EXPECT_EQ(stage.events(), Names{"$PlanPopupDisplay"});
   EXPECT_EQ(*stage.downloads.host.nimbra->tracked()[0].properties.find("$kl_succeed"), KLValue(1));
   EXPECT_EQ(stage.notifications, Names{kCampaignDidEndNotification});
+  EXPECT_EQ(stage.outcomes, Names{"42: popup handed over"});
 }
 
 TEST_F(KLCustomResolverTest, APlanThatIsGoneOrNoTriggerPlanFails) {

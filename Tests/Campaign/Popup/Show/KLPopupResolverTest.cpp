@@ -41,6 +41,7 @@ class KLPopupResolverTest : public ::testing::Test {
     auto& notes = stage.delegates->notes;
     std::erase(notes, "campaignShouldStart");
     EXPECT_EQ(notes, (Names{"popupLoadFailed 42 " + code + " " + text, "campaignFailed " + code}));
+    EXPECT_EQ(stage.outcomes.back(), "42: popup failed " + code + " " + text);
     EXPECT_FALSE(stage.isPopupOnScreen());
     stage.notifications.clear();
   }
@@ -69,6 +70,7 @@ TEST_F(KLPopupResolverTest, ShowsTracksTellsAndEnds) {
   stage.settle();
   EXPECT_EQ(stage.delegates->notes, (Names{"popupDidClick 42 1", "campaignDidClick 1", "popupDidClose 42", "campaignDidEnd"}));
   EXPECT_EQ(stage.notifications, Names{kCampaignDidEndNotification});
+  EXPECT_EQ(stage.outcomes, (Names{"42: popup shown", "42: popup ended"}));
   EXPECT_EQ(stage.events(), (Names{"$PlanPopupDisplay", "$PlanPopupClick"}));
   EXPECT_EQ(*tracked(1).find("$kl_msg_action_id"), KLValue("a1"));
   EXPECT_EQ(*tracked(1).find("$kl_msg_element_type"), KLValue("button"));
@@ -102,6 +104,7 @@ TEST_F(KLPopupResolverTest, ASecondCampaignIsDroppedUntilTheFirstHasGone) {
   EXPECT_TRUE(stage.downloads.host.log->contains("Current plan ID is 42, new plan ID is 43. The new plan popup window don't show"));
   EXPECT_EQ(stage.events().size(), 1u);
   EXPECT_TRUE(stage.notifications.empty());
+  EXPECT_EQ(stage.outcomes.back(), "43: popup failed 0 the popup of plan 42 is still on screen");
   stage.window().tap({5, 5});
   stage.settle();
   reach();
@@ -199,6 +202,7 @@ TEST_F(KLPopupResolverTest, ALostWindowEndsTheCampaign) {
   stage.settle();
   EXPECT_EQ(stage.notifications, Names{kCampaignDidEndNotification});
   EXPECT_EQ(stage.delegates->notes.back(), "campaignDidEnd");
+  EXPECT_EQ(stage.outcomes, (Names{"42: popup shown", "42: popup ended 0 the window was lost"}));
 }
 
 TEST_F(KLPopupResolverTest, ATestPopupIgnoresTheRulesAndReplacesTheOneBefore) {
@@ -214,6 +218,7 @@ TEST_F(KLPopupResolverTest, ATestPopupIgnoresTheRulesAndReplacesTheOneBefore) {
   test();
   EXPECT_EQ(stage.windows->windowsOnScreen(), 1u);
   EXPECT_EQ(stage.notifications.size(), 1u) << "the first one ended";
+  EXPECT_TRUE(stage.outcomes.empty());
 }
 
 TEST_F(KLPopupResolverTest, ATestPopupBesideAPopupEndsNothingOfIt) {
@@ -242,6 +247,7 @@ TEST_F(KLPopupResolverTest, ThreeTapsOnOneCloseEndItOnce) {
   stage.window().tap({187, 386});
   stage.settle();
   EXPECT_EQ(stage.notifications, Names{kCampaignDidEndNotification});
+  EXPECT_EQ(stage.outcomes.size(), 2u);
   EXPECT_EQ(std::count(stage.delegates->notes.begin(), stage.delegates->notes.end(), "campaignDidEnd"), 2);
 }
 

@@ -5,6 +5,7 @@
 
 #include "Support/Application.h"
 #include "Support/LoopbackServer.h"
+#include "Support/SQLFile.h"
 #include "kaleo-diagnosis/KLCampaignDiagnosis.h"
 
 namespace kaleo {
@@ -14,16 +15,15 @@ using testing::answer;
 using testing::Application;
 using testing::layout;
 using testing::popupPlan;
+using testing::SQLFile;
 
 /// A server that asks for all records, and takes those that come.
 class DiagnosisTest : public ::testing::Test {
  protected:
-  /// Whether a record of `state` about `plan` came; waits for it, 20 seconds at most.
-  bool came(const std::string& plan, KLDiagnosisState state) {
+  /// Whether a record of `state` about `plan` came; waits for it as long as `patience` lets.
+  bool came(const std::string& plan, KLDiagnosisState state, std::chrono::seconds patience = std::chrono::seconds(20)) {
     std::unique_lock lock(mutex_);
-    return arrived_.wait_for(lock, std::chrono::seconds(20), [&] {
-      return records_.contains({plan, static_cast<std::int64_t>(state)});
-    });
+    return arrived_.wait_for(lock, patience, [&] { return records_.contains({plan, static_cast<std::int64_t>(state)}); });
   }
   std::size_t doubles() {
     const std::lock_guard lock(mutex_);
@@ -69,7 +69,12 @@ TEST_F(DiagnosisTest, DecisionsAreRecordedAndUploadedWhenTheServerAsks) {
   EXPECT_TRUE(came("1", KLDiagnosisState::ReEnterLimit));
   EXPECT_TRUE(came("", KLDiagnosisState::ConfigFetched));
   EXPECT_EQ(doubles(), 0u);
-  EXPECT_TRUE(std::filesystem::exists(application.database().parent_path() / "QuillonDiagnosticJourneys.sqlite"));
+  // What became of the popup is told by the file alone.
+  application.library.reset();
+  const auto file = application.database().parent_path() / "QuillonDiagnosticJourneys.sqlite";
+  EXPECT_EQ(SQLFile(file).rows("SELECT state, plan_id, user_id, acknowledged FROM Journeys WHERE state > 10 ORDER BY id"),
+            (SQLFile::Rows{"11|1|server-user|1", "12|1|server-user|1"}));
+  EXPECT_FALSE(came("1", KLDiagnosisState{11}, std::chrono::seconds(0)));
 }
 
 }  // namespace

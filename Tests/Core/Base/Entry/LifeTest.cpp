@@ -167,6 +167,7 @@ struct ThrowingDiagnosis : KLDiagnosis {
   void saveJourneyId(const std::string&, const std::string&, const std::string&) override { throw std::runtime_error("journey"); }
   void saveUserId(const std::string&, const std::string&) override { throw std::runtime_error("saveUserId"); }
   void verifyDatabaseFile(const std::string&) override { throw std::runtime_error("verifyDatabaseFile"); }
+  void addOutcome(const KLPopupOutcome&) override { throw std::runtime_error("addOutcome"); }
 };
 
 TEST_F(LifeTest, HostThatThrowsFromEveryCallback) {

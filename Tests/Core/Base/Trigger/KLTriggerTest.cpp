@@ -136,6 +136,26 @@ TEST_F(KLTriggerTest, EventsWaitWhileAPopupIsShownAndMeetItsWindows) {
   EXPECT_THAT(shown, ElementsAre("1", "2"));
 }
 
+TEST_F(KLTriggerTest, WhatBecomesOfThePopupIsRecordedByTheWaitingWorkerAtOnce) {
+  const auto note = [this](KLPopupOutcome::Kind kind) {
+    EXPECT_FALSE(queue->isCurrent());
+    trigger->noteOutcome({kind, "1", "UUID"});
+  };
+  onScreen = 30;
+  install(answer({plan(1, "Pay")}, R"({"popup_interval_global": {"unit": "SECOND", "value": 60}})"));
+  track(event("Pay"));
+  threads.mainQueue()->asyncAfter(10, [&] { note(KLPopupOutcome::Kind::Shown); });
+  threads.mainQueue()->asyncAfter(11, [&] { EXPECT_THAT(recorder->outcomes, ElementsAre("1: popup shown")); });
+  threads.mainQueue()->asyncAfter(30, [&] { note(KLPopupOutcome::Kind::Ended); });
+  host.log->clear();
+  threads.run();
+  EXPECT_THAT(recorder->outcomes, ElementsAre("1: popup shown", "1: popup ended"));
+  EXPECT_EQ(host.log->count("Create global interval window"), 2) << "an outcome is no end";
+  trigger->noteOutcome({KLPopupOutcome::Kind::Failed, "1", "UUID"});
+  queue->sync([this] { trigger->recordOutcomes(); });
+  EXPECT_EQ(recorder->outcomes.size(), 3u);
+}
+
 TEST_F(KLTriggerTest, PopupThatFailsWakesTheWorkerAndKeepsItsWindows) {
   outcome = kCampaignDidFailedNotification;
   install(answer({plan(1, "Pay", R"({"popup_interval": {"unit": "HOUR", "value": 1}})")}));

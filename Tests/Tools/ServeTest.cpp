@@ -409,7 +409,7 @@ TEST_F(ServeTest, ThePageShowsItAllAndTakesNothingForMarkup) {
   get("/klo/user_popup_configs?distinct_id=alice");
   get("/klo/popup_displays?project=default&popup_display_uuids=UUID-1,UUID-2");
   get("/images/%3Cscript%3Ealert(1)%3C/script%3E");
-  get("/klo/popup_windows/none");
+  get("/klo/popup_windows/none", {{"Accept-Encoding", "gzip"}});
   line("popup_windows");
   httplib::Client client("127.0.0.1", server_->port());
   client.Post("/live/conversions", httplib::Params{{"uuid", "UUID-2"}, {"time", "today"}});

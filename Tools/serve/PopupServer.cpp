@@ -36,6 +36,8 @@ constexpr const char* kHTML = "text/html; charset=utf-8";
 constexpr const char* kReports = "user_diagnose_logs";
 /// What was made to go wrong, for the person at the client's end.
 constexpr const char* kFaultHeader = "X-Kaleo-Fault";
+/// Why a request was refused.
+constexpr const char* kReasonHeader = "X-Kaleo-Reason";
 constexpr const char* kEncryptedHeader = "Quillon-Encryption-Enabled";
 /// No script, style or picture but the page's own, and no page of another server around it.
 constexpr const char* kPagePolicy =
@@ -73,19 +75,26 @@ std::vector<std::string> split(const std::string& text, char separator) {
   return parts;
 }
 
-/// Why a request was refused, where that was not made so on purpose; "" otherwise.
-std::string reasonOf(const Response& response) {
-  constexpr int kFirstRefusal = 400, kNotFound = 404;
-  if (response.status < kFirstRefusal || response.has_header(kFaultHeader)) return "";
-  if (response.status == kNotFound && response.body.empty()) return "Nothing is served at this path.";
-  return response.get_header_value("Content-Type") == kText ? response.body.substr(0, response.body.find('\n')) : "";
-}
-
 /// Keeps a request from writing control characters to the terminal.
 std::string printable(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
   return text;
+}
+
+/// Answers that a request is refused and why, in one line.
+void refuse(Response& response, int status, const std::string& reason) {
+  constexpr std::size_t kMostBytes = 1000;  // a name in it may be as long as a URL; clients bound their headers
+  response.status = status;
+  response.set_header(kReasonHeader, printable(reason.substr(0, kMostBytes)));
+  response.set_content(reason + "\n", kText);
+}
+
+/// Why a request was refused, for people; "" when it was not. The body may be compressed by now.
+std::string reasonOf(const Response& response) {
+  constexpr int kNotFound = 404;
+  if (response.has_header(kReasonHeader)) return response.get_header_value(kReasonHeader);
+  return response.status == kNotFound && response.body.empty() ? "Nothing is served at this path." : "";
 }
 
 /// Without the library's default SO_REUSEPORT, under which a second server on the same port would seem to start.
@@ -216,8 +225,7 @@ void PopupServer::State::reply(Response& response, const std::function<void()>& 
   try {
     work();
   } catch (const DocumentError& error) {
-    response.status = error.status();
-    response.set_content(fmt::format("{}\n", error.what()), kText);
+    refuse(response, error.status(), error.what());
     print(fmt::format("          {}", printable(error.what())));
   }
 }
@@ -240,8 +248,7 @@ void PopupServer::State::serveImage(const Request& request, Response& response) 
   const std::string name = "images/" + request.matches[1].str();
   auto bytes = directory.read(name);
   if (bytes) return response.set_content(std::move(*bytes), contentType(name));
-  response.status = 404;
-  response.set_content("There is no such image.\n", kText);
+  refuse(response, 404, "There is no such image.");
 }
 
 void PopupServer::State::keepReport(const Request& request, Response& response) {
@@ -257,8 +264,7 @@ void PopupServer::State::keepReport(const Request& request, Response& response) 
     if (page) decisions.add(page->records);
     return response.set_content(KLJSON::serialize(KLObject{{"kept", fmt::format("{}/{}", kReports, name)}}), kJSON);
   }
-  response.status = 507;
-  response.set_content("The report could not be kept.\n", kText);
+  refuse(response, 507, "The report could not be kept.");
 }
 
 void PopupServer::State::serveState(const Request& request, Response& response) {
@@ -275,15 +281,13 @@ void PopupServer::State::convert(const Request& request, Response& response) {
   const std::string origin = request.get_header_value("Origin");
   const std::string uuid = request.get_param_value("uuid");
   if (!origin.empty() && origin != placeholders(request).base) {
-    response.status = 403;
-    return response.set_content("Another site's page cannot set conversions.\n", kText);
+    return refuse(response, 403, "Another site's page cannot set conversions.");
   }
   const auto now = std::chrono::system_clock::to_time_t(std::chrono::system_clock::now());
   const std::string time =
       request.has_param("time") ? request.get_param_value("time") : fmt::format("{:%Y-%m-%d %H:%M:%S}", fmt::localtime(now));
   if (uuid.empty() || !journal.setConversion(uuid, time)) {
-    response.status = 400;
-    return response.set_content("A conversion needs a \"uuid\", and there is room for a limited number.\n", kText);
+    return refuse(response, 400, "A conversion needs a \"uuid\", and there is room for a limited number.");
   }
   print(fmt::format("          {} {}", printable(uuid), time.empty() ? "has not converted" : "converted at " + printable(time)));
   response.set_content(KLJSON::serialize(KLObject{{"popup_display_uuid", uuid}, {"convert_time", time}}), kJSON);

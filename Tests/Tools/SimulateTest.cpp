@@ -258,7 +258,7 @@ TEST_F(SimulateTest, TheReportIsOnePageThatNeedsNothingElse) {
   if (!rendered) GTEST_SKIP() << kNoChromium;
   for (const char* const text :
        {"&lt;b&gt;Sale&lt;/b&gt;", "8 of 8 decisions", R"(cell">its matchers are joined by AND, which never fires<)",
-        R"(cell">a higher one came first<)", "&lt;!-- (2) showed instead", R"(cell">no plan listens to it<)",
+        R"(cell">one of higher priority came first<)", "&lt;!-- (2) showed instead", R"(cell">no plan listens to it<)",
         "not run: it is not active", "listens to C<", R"(cell">a time beyond all calendars<)", "<circle"}) {
     EXPECT_THAT(*rendered, HasSubstr(text));
   }

@@ -17,10 +17,10 @@ constexpr std::array<const char*, kVerdicts> kWords{"expired",
                                                     "a conversion is awaited",
                                                     "too soon after any popup",
                                                     "too soon after its own popup",
-                                                    "pattern not met",
+                                                    "trigger condition not met",
                                                     "limit of all popups reached",
                                                     "shown often enough in its window",
-                                                    "a higher one came first",
+                                                    "one of higher priority came first",
                                                     "shown"};
 
 KLValue orNull(const std::optional<std::string>& text) { return text ? KLValue(*text) : KLValue(); }
@@ -39,6 +39,9 @@ KLValue::Array plansOf(const SimulationSummary& summary) {
                                 {"name", row->name},
                                 {"priority", row->priority},
                                 {"listensTo", KLValue::Array(row->listensTo.begin(), row->listensTo.end())},
+                                {"displayTimes", row->displayTimes},
+                                {"expiresAt", row->expiresAt},
+                                {"timesChanged", row->timesChanged},
                                 {"leftOut", row->leftOut},
                                 {"counts", arrayOf(row->counts)}});
   }

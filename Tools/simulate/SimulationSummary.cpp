@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <numeric>
 #include <tuple>
 
@@ -38,6 +39,26 @@ std::vector<std::string> eventsOf(const KLPopupPlanModel& plan) {
   return names;
 }
 
+/// "every day 19:00 to 23:30", "Sun 09:00 to 12:00, Sat 10:00 to 12:00".
+std::string displayTimesOf(const KLPopupPlanModel& plan) {
+  static constexpr std::array kDays{"no day", "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
+  if (!plan.repeatDisplay) return {};
+  const KLRepeatCycleConfig& config = plan.repeatDisplay->config;
+  if (config.ranges.empty()) return "at no time";
+  std::string text;
+  for (const KLRepeatCycleRange& range : config.ranges) {
+    const std::size_t day = range.day >= 1 && range.day <= 7 ? static_cast<std::size_t>(range.day) : 0;
+    text += fmt::format("{}{} {} to {}", text.empty() ? "" : ", ", config.isDaily() ? "every day" : kDays[day],
+                        range.startTime.value_or("?"), range.endTime.value_or("?"));
+  }
+  return text;
+}
+
+double expiryOf(const KLPopupPlanModel& plan) {
+  constexpr double kMillisecondsPerSecond = 1000;
+  return plan.expireAt ? quillon_doublePrefix(*plan.expireAt) / kMillisecondsPerSecond : 0;
+}
+
 }  // namespace
 
 std::uint64_t SimulationSummary::Row::events() const { return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0}); }
@@ -49,11 +70,16 @@ std::uint64_t SimulationSummary::Row::matched() const {
 void SimulationSummary::configured(const KLPopupConfig& configuration, const SimulationResult& result) {
   for (const auto& plan : configuration.popupPlanModels) {
     Row& row = rows_[plan->planKey()];
+    const std::string displayTimes = displayTimesOf(*plan);
+    const double expiresAt = expiryOf(*plan);
+    if (!row.key.empty() && (row.displayTimes != displayTimes || row.expiresAt != expiresAt)) row.timesChanged = true;
     row.key = plan->planKey();
     row.name = plan->cname.value_or("");
     row.priority = plan->absolutePriority;
     row.id = plan->planID;
     row.listensTo = eventsOf(*plan);
+    row.displayTimes = displayTimes;
+    row.expiresAt = expiresAt;
     row.leftOut.clear();
   }
   for (const auto& record : result.records) {

@@ -21,6 +21,9 @@ class SimulationSummary {
     std::string name;  ///< as configured
     std::int64_t priority = 0, id = 0;
     std::vector<std::string> listensTo;  ///< names of events, each once
+    std::string displayTimes;            ///< for people; "" for any
+    double expiresAt = 0;                ///< seconds since 1970; 0: the plan does not say
+    bool timesChanged = false;           ///< whether an earlier configuration had another `displayTimes` or `expiresAt`
     std::string leftOut;                 ///< why the latest configuration's plan did not run; "" when it did
     std::array<std::uint64_t, kVerdicts> counts{};
 

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -16,6 +17,7 @@ namespace {
 
 using ::testing::AllOf;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::Field;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -84,7 +86,7 @@ TEST(CheckTest, FindsWhatKeepsAPlanFromShowing) {
       {R"({"status": "active"})", "never-active at /popup_plans/0/status"},
       {R"({"is_audience": false})", "not-audience at /popup_plans/0/is_audience"},
       {R"({"strategy_id": "s"})", "strategy-without-trigger at /popup_plans/0/strategy_id"},
-      {R"({"pattern_popup": {"matcher_list": []}})", "no-matchers at /popup_plans/0/pattern_popup"},
+      {R"({"pattern_popup": {"matcher_list": []}})", "no-matchers at /popup_plans/0/pattern_popup/matcher_list"},
       {R"({"popup_window_content": {"popup_type": "PRESET"}})", "no-content at /popup_plans/0/popup_window_content"},
       {R"({"popup_window_content": {"content": "{]"}})", "not-json at /popup_plans/0/popup_window_content/content"},
       {R"({"popup_window_content": {"content": "{}"}})", "no-template at /popup_plans/0/popup_window_content/content#"},
@@ -101,6 +103,14 @@ TEST(CheckTest, FindsWhatKeepsAPlanFromShowing) {
       {R"({"popup_interval": {"unit": "HOUR", "natural": true, "value": 1}})",
        "natural-unit at /popup_plans/0/popup_interval/unit"},
       {R"({"popup_interval": {"unit": "HOUR", "value": 0}})", "empty-window at /popup_plans/0/popup_interval/value"},
+      {R"({"popup_interval": {"unit": "SECOND", "value": 86400000}})",
+       "endless-quiet-period at /popup_plans/0/popup_interval/value"},
+      {R"({"is_trigger": "on"})", "wrong-kind at /popup_plans/0/is_trigger"},
+      {R"({"window_update": {"re_enter_window": "2"}})", "unknown-window at /popup_plans/0/window_update/re_enter_window"},
+      {R"({"page_filter": {"function": "equal", "params": ["Home"]}})", "page-filter at /popup_plans/0/page_filter"},
+      {R"({"re_enter": null, "reenter": {}})", "misspelt-key at /popup_plans/0/reenter"},
+      {R"({"popup_window_content": "<html>"})", "no-content at /popup_plans/0/popup_window_content"},
+      {R"({"popup_window_content": {"content": "null"}})", "no-template at /popup_plans/0/popup_window_content/content#"},
   };
   for (const Fault& fault : faults) {
     EXPECT_THAT(found(answer({plan(fault.changes)})), Contains(fault.expected)) << fault.changes;
@@ -112,13 +122,29 @@ TEST(CheckTest, FindsWhatEventsAndConditionsNeverMeet) {
   const auto inPattern = [](const std::string& pattern) { return found(answer({plan(R"({"pattern_popup": )" + pattern + "}")})); };
   EXPECT_THAT(inPattern(R"({"relation": "AND", "matcher_list": [{"event_name": "Pay"}]})"),
               Contains("pattern-and at /popup_plans/0/pattern_popup/relation"));
-  EXPECT_THAT(inPattern(R"({"relation": "and", "matcher_list": [{"event_name": "Pay"}]})"),
+  EXPECT_THAT(inPattern(R"({"relation": "and", "matcher_list": [{"event_name": "Pay"}, {"event_name": "Open"}]})"),
               Contains("unknown-relation at /popup_plans/0/pattern_popup/relation"));
   EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": ""}]})"), Contains("no-event-name at " + matcher + "/event_name"));
   EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["many"]}]})"),
               Contains("count-not-a-number at " + matcher + "/params"));
   EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["3"]}]})"),
               Contains("count-never-reached at " + matcher));
+  EXPECT_THAT(inPattern(R"({"matcher_list": [null]})"), Contains("wrong-kind at " + matcher));
+  const auto inMatcher = [&](const std::string& members) {
+    return inPattern(R"({"matcher_list": [{"event_name": "Pay", )" + members + "}]}");
+  };
+  EXPECT_THAT(inMatcher(R"("params": ["3"], "window": {"unit": "HOUR", "natural": true, "value": 1})"),
+              ElementsAre("count-never-reached at " + matcher + "/window/unit"));
+  EXPECT_THAT(inMatcher(R"("params": ["1"], "window": {"unit": "HOUR", "natural": true, "value": 1})"),
+              ElementsAre("idle-window at " + matcher + "/window/unit"));
+  EXPECT_THAT(inMatcher(R"("params": ["3"], "function": "less", "window": {"unit": "DAY", "value": 1})"),
+              ElementsAre("idle-function at " + matcher + "/function"));
+  EXPECT_THAT(inMatcher(R"("params": ["1"], "function": "equal")"), IsEmpty());
+  EXPECT_THAT(inMatcher(R"("multi_filter": null, "filter": {"conditions": [{"field": "a", "function": "isSet"}]})"),
+              ElementsAre("ignored-filter at " + matcher + "/filter"));
+  EXPECT_THAT(found(answer({plan(R"({"event_permission": {"conditions": [{"field": "a", "function": "isSet"}],
+                                     "filters": [{"conditions": [{"field": "b", "function": "isSet"}]}]}})")})),
+              ElementsAre("both-needed at /popup_plans/0/event_permission/filters"));
 
   const auto inCondition = [&](const std::string& condition) {
     return inPattern(R"({"matcher_list": [{"event_name": "Pay", "filter": {"relation": "and", "conditions": [)" + condition +
@@ -147,7 +173,7 @@ TEST(CheckTest, FindsWhatEventsAndConditionsNeverMeet) {
               Contains("no-relation at " + matcher + "/filter/conditions"));
   EXPECT_THAT(inPattern(R"({"matcher_list": [{"event_name": "Pay", "params": ["3"], "window": {"unit": "DAY", "value": 1}},
                            {"event_name": "Pay", "params": ["2"], "window": {"unit": "DAY", "value": 1}}]})"),
-              ::testing::ElementsAre("idle-matcher at " + matcher));
+              ElementsAre("idle-matcher at " + matcher));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "between", "params": ["9", "1"]})"),
               Contains("empty-range at " + at + "/params"));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "absoluteBetween", "params": ["2026-01-01", "2026-02-01 00:00"]})"),
@@ -187,7 +213,7 @@ TEST(CheckTest, FindsConditionsThatExcludeEachOtherOrNothing) {
   for (const auto& each : cases) {
     const auto lines = joined(each.relation, condition(each.one, each.params) + "," + condition(each.two, each.others));
     if (each.code) {
-      EXPECT_THAT(lines, ::testing::ElementsAre(each.code + second)) << each.one << each.params << each.two << each.others;
+      EXPECT_THAT(lines, ElementsAre(each.code + second)) << each.one << each.params << each.two << each.others;
     } else {
       EXPECT_THAT(lines, IsEmpty()) << each.one << each.params << each.two << each.others;
     }
@@ -207,7 +233,14 @@ TEST(CheckTest, FindsDisplayTimesThatMeanSomethingElse) {
               Contains("display-time at " + range + "/start_time"));
   EXPECT_THAT(inRange("DAY", R"({"start_time": "09:00", "end_time": "09:00"})"), Contains("display-time at " + range));
   EXPECT_THAT(inRange("WEEK", R"({"start_time": "09:00", "end_time": "18:00", "day": "2"})"),
-              ::testing::IsSupersetOf({"display-day at " + range + "/day", "no-display-time at " + config}));
+              ElementsAre("display-day at " + range + "/day"));
+  EXPECT_THAT(inRange("WEEK", R"({"start_time": "22:00", "end_time": "02:00", "day": 7})"),
+              ElementsAre("saturday-night at " + range));
+  EXPECT_THAT(inRange("week", R"({"start_time": "22:00", "end_time": "24:00", "day": 7})"), IsEmpty());
+  EXPECT_THAT(inRange("DAY", R"({"start_time": "09:00", "end_time": "18:00", "day": 2})"),
+              ElementsAre("idle-day at " + range + "/day"));
+  EXPECT_THAT(inRange("DAILY", R"({"start_time": "09:00", "end_time": "18:00"})"),
+              Contains("unknown-cycle at " + config + "/natural_repeat_cycle/repeat_cycle"));
   EXPECT_THAT(inRange("DAY", ""), Contains("no-display-time at " + config));
 }
 
@@ -223,6 +256,33 @@ TEST(CheckTest, ComparesThePlansWithEachOther) {
       found(answer({plan(R"({"plan_id": 8})"), plan(R"({"absolute_priority": 5, "display_time_config": {"natural_repeat_cycle":
     {"repeat_cycle": "DAY", "time_ranges": [{"start_time": "09:00", "end_time": "10:00"}]}}})")})),
       IsEmpty());
+  // A count above 1 goes on in the plan that did not show.
+  const std::string twice = R"({"matcher_list": [{"event_name": "Pay", "params": ["2"], "window": {"unit": "DAY", "value": 1}}]})";
+  EXPECT_THAT(
+      found(answer({plan(R"({"plan_id": 8, "pattern_popup": )" + twice + "}"), plan(R"({"pattern_popup": )" + twice + "}")})),
+      IsEmpty());
+}
+
+TEST(CheckTest, SaysWhatALimitOfAllPlansComesTo) {
+  const struct {
+    const char *limit, *code, *effect;
+  } cases[] = {
+      {R"({"unit": "DAY", "natural": true, "value": 1, "limit": 3})", nullptr, ""},
+      {R"({"unit": "HOUR", "natural": true, "value": 1, "limit": 3})", "natural-unit", "after 3 nothing shows"},
+      {R"({"unit": "DAYS", "natural": true, "value": 1, "limit": 3})", "unknown-unit", "after 3 nothing shows"},
+      {R"({"unit": "DAYS", "natural": false, "value": 1, "limit": 3})", "unknown-unit", "holds nothing back"},
+      {R"({"unit": "DAY", "natural": true, "value": 0, "limit": 3})", "empty-window", "holds nothing back"},
+      {R"({"unit": "DAY", "value": 1, "limit": "five"})", "cap-of-zero", "reads as 0"},
+      {"null", "cap-of-zero", "reads as a limit of 0"},
+  };
+  for (const auto& each : cases) {
+    const auto findings =
+        findingsIn(answer({}, std::string(R"({"msg_limit_global": {"is_in_use": true, "limits": [)") + each.limit + "]}}"));
+    ASSERT_EQ(findings.size(), each.code ? 1u : 0u) << each.limit;
+    if (each.code == nullptr) continue;
+    EXPECT_EQ(checkCode(findings[0].check).name, each.code) << each.limit;
+    EXPECT_THAT(findings[0].sentence, HasSubstr(each.effect));
+  }
 }
 
 TEST(CheckTest, LooksAtTheAnswerAsAWhole) {
@@ -231,7 +291,9 @@ TEST(CheckTest, LooksAtTheAnswerAsAWhole) {
       Contains("cap-of-zero at /msg_limit_global/limits/0/limit"));
   EXPECT_THAT(found(answer({}, R"({"min_sdk_version_required": "99.0"})")),
               Contains("minimum-version at /min_sdk_version_required"));
-  EXPECT_THAT(found(answer({}, R"({"popup_plans": {}})")), Contains("wrong-kind at /popup_plans"));
+  EXPECT_THAT(found(answer({}, R"({"popup_plans": {}})")), ElementsAre("not-a-configuration at /popup_plans"));
+  EXPECT_THAT(found(R"({"user_id": "a"})"), Contains("not-a-configuration at "));
+  EXPECT_THAT(found(answer({}, R"({"config_pull_interval_ms": 600})")), ElementsAre("short-pull at /config_pull_interval_ms"));
   EXPECT_THAT(found(R"({"popup_plans": [], "user_id": "a", "user_id": "b"})"), Contains("duplicate-key at /user_id"));
   EXPECT_THAT(found("{\"popup_plans\": [\n  1,]}"), Contains("not-json at "));
   EXPECT_THAT(found("7"), Contains("not-a-configuration at "));
@@ -249,26 +311,43 @@ TEST(CheckTest, FindsElementsThatNobodyCanSeeOrUse) {
       {R"({"type": "image", "properties": {"image": "https://a.example/b.png"}})", "no-layout at /template/subviews/0"},
       {R"({"type": "image", "layout": {}})", "no-height at /template/subviews/0/layout"},
       {R"({"type": "image", "layout": {"height": 20}})", "bad-length at /template/subviews/0/layout/height"},
-      {R"({"type": "image", "layout": {"height": "20%"}})", "bad-length at /template/subviews/0/layout/height"},
+      {R"({"type": "image", "layout": {"height": "20%"}})", "length-unit at /template/subviews/0/layout/height"},
+      {R"({"type": "image", "layout": {"height": "0.5"}})", "fraction at /template/subviews/0/layout/height"},
+      {R"({"type": "image", "layout": {"height": "20"}})", "no-picture at /template/subviews/0"},
+      {R"({"type": "image", "layout": {"height": "20"}, "properties": {"image": "https://a.example/b.webp?x"}})",
+       "picture-format at /template/subviews/0/properties/image"},
       {R"({"type": "image", "layout": {"height": "20"}, "properties": {"image": "b.png"}})",
        "bad-url at /template/subviews/0/properties/image"},
       {R"({"type": "label", "layout": {}, "properties": {"text": "a", "font": "9", "scrollableY": true}})",
        "scrolls-without-height at /template/subviews/0/layout"},
-      {R"({"type": "label", "properties": {"font": "9"}})", "no-text at /template/subviews/0"},
+      {R"({"type": "label", "properties": {"font": "9"}})", "no-text at /template/subviews/0/properties"},
       {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 200, "g": 200, "b": 200, "a": 1}}})",
        "contrast at /template/subviews/0/properties/color"},
-      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 1}}})",
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 9}}})",
        "invisible-colour at /template/subviews/0/properties/color"},
+      {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": {"r": 1, "g": 0.5, "b": 0, "a": 1}}})",
+       "colour-scale at /template/subviews/0/properties/color"},
+      {R"({"type": "label", "layout": {}, "properties": {"text": "a", "font": "2px"}})",
+       "tiny-text at /template/subviews/0/properties/font"},
+      {R"({"properties": {"text": "a"}, "layout": {}})", "unknown-element at /template/subviews/0"},
+      {R"({"type": "column", "layout": {"height": "9"}, "subviews": [{"type": "column", "layout": {"margin": {"top": "20"}}}]})",
+       "overflow at /template/subviews/0/subviews/0"},
+      {R"({"type": "button", "layout": {"height": "20"}, "subviews": [{"type": "label"}]})",
+       "leaf-subviews at /template/subviews/0/subviews"},
       {R"({"type": "label", "properties": {"text": "a", "font": "9", "color": "#fff"}})",
        "bad-colour at /template/subviews/0/properties/color"},
       {R"({"type": "lable"})", "unknown-element at /template/subviews/0/type"},
-      {R"({"type": "row", "layout": {}, "subviews": [{"type": "column", "layout": {}}]})",
+      {R"({"type": "row", "layout": {}, "subviews": [{"type": "column", "layout": {}}, {"type": "column", "layout": {}}]})",
        "whole-width-in-row at /template/subviews/0/subviews/0/layout"},
       {R"({"type": "button", "layout": {"height": "20"}})", "idle-action at /template/subviews/0"},
       {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "close"}]}})",
        "idle-action at /template/subviews/0/action/IOS/0"},
       {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "jump"}]}})",
        "unknown-action at /template/subviews/0/action/IOS/0/type"},
+      {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "customize", "value": "vip"}]}})",
+       "lost-value at /template/subviews/0/action/IOS/0/value"},
+      {R"({"type": "button", "layout": {"height": "20"}, "action": {"IOS": [{"type": "copy", "value": "a"}, {"type": "openlink", "value": "a:b"}]}})",
+       "unreported-action at /template/subviews/0/action/IOS/1"},
       {R"({"type": "label", "layout": {"width": "0px"}, "properties": {"text": "a", "font": "9"}})",
        "zero-width at /template/subviews/0/layout/width"},
       {R"({"type": "label", "layout": {"margin": {"left": "20"}}, "properties": {"text": "a", "font": "9"}})",
@@ -279,24 +358,49 @@ TEST(CheckTest, FindsElementsThatNobodyCanSeeOrUse) {
       {R"({"type": "column", "isHidden": true})", "misplaced-hidden at /template/subviews/0/isHidden"},
   };
   for (const Fault& fault : faults) EXPECT_THAT(inElement(fault.changes), Contains(fault.expected)) << fault.changes;
-  EXPECT_THAT(inElement(R"({"type": "image", "properties": {"isHidden": true}})"), IsEmpty());
-  EXPECT_THAT(found(R"({"template": {"type": "column"}})"), Contains("no-way-out at "));
+  EXPECT_THAT(inElement(R"({"type": "image", "properties": {"isHidden": true}})"), ElementsAre("empty-popup at /template"));
+  EXPECT_THAT(found(R"({"template": {"type": "column"}})"),
+              ::testing::IsSupersetOf({"no-way-out at ", "empty-popup at /template"}));
 }
 
 TEST(CheckTest, NamesLineAndColumnAndChecksLayoutsBesideTheFile) {
   TemporaryDirectory directory;
   fs::create_directories(directory / "layouts");
   std::ofstream(directory / "layouts" / "card.json")
-      << "{\"properties\": {\"maskCloseEnabled\": true},\n \"template\": {\"type\": \"é\", \"tpye\": 1, \"layout\": {}}}";
+      << "{\"properties\": {\"maskCloseEnabled\": true},\n \"template\": {\"id\": \"é\", \"tpye\": 1, \"layout\": {}}}";
   const std::string config = answer({plan(R"({"popup_window_content": {"layout": "card.json"}})")});
   Checker checker(kNow);
   checker.check(directory / "user_popup_configs.json", config);
   const auto findings = checker.findings().sorted();
-  ASSERT_EQ(findings.size(), 2u);
+  ASSERT_EQ(findings.size(), 2u);  // the other one: there is nothing in it
   EXPECT_EQ(fs::path(findings[1].file).filename(), "card.json");
   EXPECT_EQ(findings[0].place.line, 2u);
-  EXPECT_EQ(findings[1].place.column, 36u);
+  EXPECT_EQ(findings[1].place.column, 34u);
   EXPECT_THAT(findings[1].sentence, HasSubstr("did you mean \"type\"?"));
+}
+
+TEST(CheckTest, PlacesAreThoseOfTheFileWhateverItsForm) {
+  const struct {
+    const char *text, *code;
+    std::size_t line, column;
+  } cases[] = {
+      {"\xEF\xBB\xBF{\"popup_plans\": {}}", "not-a-configuration", 1, 17},
+      {"{\r\n\t\"popup_plans\": {}}", "not-a-configuration", 2, 17},
+      {"{\"user_id\": \"\u4e2d\U0001F389\", \"popup_plans\": {}}", "not-a-configuration", 1, 34},
+      {"{\"popup_plans\": [],\n \"popup_plans\": {}}", "not-a-configuration", 2, 17},
+      {"{\"popup_plans\": [],\n \"popup_plans\": []}", "duplicate-key", 2, 17},
+      {"{\"popup_pl\\u0061ns\": {}}", "not-a-configuration", 1, 22},
+      // Inside of a layout that is kept as text.
+      {R"({"content": "{\"id\": \"\ud83c\udf89\u00e9\\n\", \"template\": []}"})", "no-template", 1, 64},
+      {R"({"content": "{\"id\": tru}"})", "not-json", 1, 23},
+  };
+  for (const auto& each : cases) {
+    const auto findings = findingsIn(each.text);
+    const auto finding = std::ranges::find(findings, each.code, [](const Finding& one) { return checkCode(one.check).name; });
+    ASSERT_NE(finding, findings.end()) << each.text;
+    EXPECT_EQ(finding->place.line, each.line) << each.text;
+    EXPECT_EQ(finding->place.column, each.column) << each.text;
+  }
 }
 
 TEST(CheckTest, ReportsForPeopleAndForPrograms) {
@@ -304,7 +408,7 @@ TEST(CheckTest, ReportsForPeopleAndForPrograms) {
   std::ostringstream people, programs;
   writeFindings(findings, false, people);
   EXPECT_THAT(people.str(), AllOf(HasSubstr("config.json:6:17: error: "), HasSubstr("[never-active]"),
-                                  HasSubstr("1 error, 0 warnings, 1 note.")));
+                                  HasSubstr("1 error, 1 warning, 0 notes.")));
   EXPECT_EQ(people.str().find('\x1b'), std::string::npos);
   writeFindingsAsJSON(findings, programs);
   const auto document = KLJSON::parse(programs.str());

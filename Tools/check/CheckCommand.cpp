@@ -4,6 +4,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -40,7 +41,9 @@ int check(const CheckArguments& arguments) {
   if (!time) return fail(fmt::format("--at {}: {}", arguments.at, kTimesAre));
   Checker checker(*time);
   bool allRead = true;
+  std::set<std::string> seen;
   for (const std::string& file : arguments.files) {
+    if (!seen.insert(file).second) continue;
     std::string error;
     const bool isStandardInput = file == kStandardInput;
     if (const auto text = readText(isStandardInput ? "/dev/stdin" : file, error)) {

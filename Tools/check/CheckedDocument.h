@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -14,6 +15,16 @@ namespace kaleo::tools {
 struct TextPlace {
   std::size_t line = 1;
   std::size_t column = 1;
+
+  /// To the byte after `c`, of UTF-8.
+  void advance(char c) {
+    if (c == '\n') {
+      ++line;
+      column = 1;
+    } else if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+      ++column;
+    }
+  }
 };
 
 /// A JSON text with the places of its values. Threads: one at a time.
@@ -27,10 +38,25 @@ class CheckedDocument {
 
   const std::string& name() const { return name_; }
   const KLValue& root() const { return root_; }
-  /// Where the value of a JSON pointer (RFC 6901) begins, or the nearest one around it that is there.
-  TextPlace placeOf(std::string_view pointer) const;
-  /// Pointers of members whose name stands more than once in their object.
-  std::vector<std::string> duplicates() const;
+
+  /// A place in the document: a value, or a byte of the text that the value is.
+  struct Spot {
+    std::string pointer;                ///< JSON pointer (RFC 6901)
+    std::optional<std::size_t> inside;  ///< bytes into the text, its escapes resolved
+  };
+  /// Where each begins, in bytes from the start of the document; of a value that is not there the nearest one around it. One walk
+  /// through the document, however many there are.
+  std::vector<std::size_t> offsetsOf(const std::vector<Spot>& spots) const;
+  /// Line and column of each offset.
+  std::vector<TextPlace> placesOf(const std::vector<std::size_t>& offsets) const;
+
+  /// Members whose name stands more than once in their object.
+  struct Duplicate {
+    std::string pointer;
+    std::string name;
+    std::size_t count = 0;
+  };
+  std::vector<Duplicate> duplicates() const;
 
  private:
   struct Source;
@@ -62,17 +88,24 @@ class At {
   const CheckedDocument& document() const { return *document_; }
   /// JSON pointer (RFC 6901) from the document's root.
   const std::string& pointer() const { return pointer_; }
+  /// The pointer, or that of the nearest value around it when it is absent.
+  std::string nearestPointer() const { return pointer_.substr(0, present_); }
 
  private:
-  At(const CheckedDocument& document, const KLValue* value, std::string pointer)
-      : document_(&document), value_(value), pointer_(std::move(pointer)) {}
+  At(const CheckedDocument& document, const KLValue* value, std::string pointer, std::size_t presentAround = 0)
+      : document_(&document),
+        value_(value),
+        pointer_(std::move(pointer)),
+        present_(value == nullptr ? presentAround : pointer_.size()) {}
 
   const CheckedDocument* document_;
   const KLValue* value_;
   std::string pointer_;
+  std::size_t present_;  ///< how much of the pointer leads to a value
 };
 
-/// `key` as a part of a JSON pointer.
+/// `key` as a part of a JSON pointer, and back.
 std::string pointerToken(std::string_view key);
+std::string keyOfToken(std::string_view token);
 
 }  // namespace kaleo::tools

@@ -2,6 +2,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
+
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Core/Utils/KLVersion.h"
 #include "check/KnownKeys.h"
@@ -10,43 +13,93 @@
 #include "check/TimeRules.h"
 #include "files/FileReading.h"
 #include "json/JSONFault.h"
+#include "text/TimeText.h"
 
 namespace kaleo::tools {
 namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kShortPull = 10000;  // milliseconds
+constexpr std::int64_t kShortPull = 10'000, kLongPull = 7 * 86'400'000;  // milliseconds
 
 void checkDuplicates(const CheckedDocument& document, Findings& findings) {
-  for (const std::string& pointer : document.duplicates()) {
-    const auto name = pointer.substr(pointer.rfind('/') + 1);
-    findings.add({Check::DuplicateKey, document.name(), document.placeOf(pointer), pointer,
-                  fmt::format("\"{}\" stands here more than once.", name)});
+  for (const auto& [pointer, name, count] : document.duplicates()) {
+    findings.report(Check::DuplicateKey, document, pointer,
+                    fmt::format("{} stands {} in this object: this last one counts.", quoted(std::string_view(name)),
+                                count == 2 ? "twice" : fmt::format("{} times", count)));
   }
 }
 
-void checkAnswer(const At& root, Findings& findings) {
-  checkKeys(root,
-            {"min_sdk_version_required", "server_current_time", "config_pull_interval_ms", "popup_plans", "msg_limit_global",
-             "popup_interval_global", "user_id", "diagnose_config"},
-            findings);
-  const At interval = root["config_pull_interval_ms"], version = root["min_sdk_version_required"];
-  checkInteger(interval, findings);
+void checkPull(const At& interval, Findings& findings) {
+  if (checkInteger(interval, findings)) return;
   const auto milliseconds = quillon_integerValue(interval.value());
-  if (milliseconds < static_cast<std::int64_t>(kShortPull)) {
-    findings.report(Check::PullInterval, interval.isPresent() ? interval : root,
-                    milliseconds <= 0 ? fmt::format("The pull interval is {}: the library keeps its own.", written(interval))
-                                      : fmt::format("The pull interval is {} ms.", milliseconds));
+  if (milliseconds <= 0) {
+    findings.report(Check::PullInterval, interval,
+                    fmt::format("The pull interval is {}: the library keeps its own.", written(interval)));
+  } else if (milliseconds < kShortPull) {
+    findings.report(Check::ShortPull, interval,
+                    fmt::format("The pull interval is {} ms: the library asks the server every {}.", milliseconds,
+                                TimeText::length(static_cast<double>(std::max<std::int64_t>(milliseconds / 1000, 1)))));
+  } else if (milliseconds > kLongPull) {
+    findings.report(Check::PullInterval, interval,
+                    fmt::format("The library asks for a new configuration every {} only.",
+                                TimeText::length(static_cast<double>(milliseconds) / 1000)));
   }
+}
+
+void checkVersion(const At& version, Findings& findings) {
   const auto minimum = quillon_stringValue(version.value()).value_or("");
+  if (version.isGiven() && !version.isText()) {
+    findings.report(Check::WrongKind, version, fmt::format("{} should be a text.", written(version)));
+  } else if (minimum.find_first_not_of("0123456789.") != std::string::npos) {
+    findings.report(Check::NotANumber, version,
+                    fmt::format("{} is no version such as \"0.7.3\": of each part only the digits before anything else count.",
+                                written(version)));
+  }
   if (quillon_compareVersion(minimum, kKLSDKVersion) > 0) {
     findings.report(Check::MinimumVersion, version,
                     fmt::format("This is version {}, and the minimum is {}.", kKLSDKVersion, minimum));
   }
+}
+
+/// What the library sends of its records, see docs/diagnosis.md.
+void checkDiagnosis(const At& condition, Findings& findings) {
+  if (!condition.isGiven() || !expectObject(condition, findings)) return;
+  checkKeys(condition, {"requests", "user_ids", "distinct_ids", "plan_ids", "start_time", "end_time", "limit"}, findings);
+  for (const char* list : {"requests", "user_ids", "distinct_ids", "plan_ids"}) expectArray(condition[list], findings);
+  for (const At& request : condition["requests"].elements()) {
+    const std::string& kind = request.text();
+    if (kind == "report_user_diagnose_logs" || kind == "fetch_popup_configs" || kind == "test_popup_window") continue;
+    findings.report(Check::UnknownKey, request, fmt::format("{} is no kind of request.", written(request)));
+  }
+  for (const char* number : {"start_time", "end_time", "limit"}) checkInteger(condition[number], findings);
+}
+
+const std::initializer_list<std::string_view> kAnswerKeys{"min_sdk_version_required",
+                                                          "server_current_time",
+                                                          "config_pull_interval_ms",
+                                                          "popup_plans",
+                                                          "msg_limit_global",
+                                                          "popup_interval_global",
+                                                          "user_id",
+                                                          "diagnose_config"};
+
+void checkAnswer(const At& root, Findings& findings) {
+  checkKeys(root, kAnswerKeys, findings);
+  checkPull(root["config_pull_interval_ms"], findings);
+  checkVersion(root["min_sdk_version_required"], findings);
   checkGlobalLimits(root["msg_limit_global"], findings);
-  checkKeys(root["popup_interval_global"], {"unit", "natural", "value"}, findings);
-  checkLength(root["popup_interval_global"], findings);
+  checkQuietPeriod(root["popup_interval_global"], "no popup waits after another.", findings);
+  checkDiagnosis(root["diagnose_config"], findings);
+}
+
+/// What a person took for the whole document: the configuration in it, of an array or under another name. "" when there is none.
+std::string configurationInside(const At& root) {
+  if (!root.value()->isArray() && !root.isObject()) return "";
+  std::vector<At> candidates = root.elements();
+  for (const auto& [key, value] : root.value()->asObject()) candidates.push_back(root[key]);
+  const auto found = std::ranges::find_if(candidates, [](const At& each) { return each["popup_plans"].isPresent(); });
+  return found == candidates.end() ? "" : found->pointer();
 }
 
 }  // namespace
@@ -65,6 +118,12 @@ void Checker::document(const At& root, const fs::path& file) {
     window(root["popup_window_content"], file);
   } else if (root["content"].isPresent() || root["layout"].isPresent()) {
     window(root, file);
+  } else if (std::ranges::any_of(kAnswerKeys, [&root](std::string_view key) { return root[key].isPresent(); })) {
+    checkAnswer(root, findings_);
+    findings_.report(Check::NotAConfiguration, root, "There is no \"popup_plans\": the library reads no plan.");
+  } else if (const std::string inside = configurationInside(root); !inside.empty()) {
+    findings_.report(Check::NotAConfiguration, root,
+                     fmt::format("The configuration is inside, at {}, where the library does not look.", inside));
   } else {
     findings_.report(Check::NotAConfiguration, root, "This is no configuration, plan, popup window or layout.");
   }
@@ -72,8 +131,12 @@ void Checker::document(const At& root, const fs::path& file) {
 
 void Checker::configuration(const At& root, const fs::path& file) {
   checkAnswer(root, findings_);
-  if (!expectArray(root["popup_plans"], findings_)) return;
-  const auto plans = root["popup_plans"].elements();
+  const At list = root["popup_plans"];
+  if (!list.value()->isArray()) {
+    findings_.report(Check::NotAConfiguration, list,
+                     fmt::format("{} should be an array: the library reads no plan.", written(list)));
+  }
+  const auto plans = list.elements();
   for (const At& plan : plans) {
     checkPlan(plan, now_, findings_);
     if (plan.isObject()) window(plan["popup_window_content"], file);
@@ -84,7 +147,10 @@ void Checker::configuration(const At& root, const fs::path& file) {
 
 void Checker::window(const At& content, const fs::path& file) {
   const At type = content["popup_type"], text = content["content"], name = content["layout"];
-  if (content.isGiven() && !expectObject(content, findings_)) return;
+  if (content.isGiven() && !content.isObject()) {
+    findings_.report(Check::NoContent, content, fmt::format("{} should be an object with a \"content\".", written(content)));
+    return;
+  }
   if (type.isGiven() && type.text() != "PRESET" && type.text() != "CUSTOMIZED") {
     findings_.report(Check::UnknownPopupType, type, fmt::format("{} is shown by the library.", written(type)));
   }
@@ -95,7 +161,9 @@ void Checker::window(const At& content, const fs::path& file) {
   }
   if (name.isText()) return layoutFile(name, file);
   if (!text.isText()) {
-    findings_.report(Check::NoContent, content, fmt::format("The content is {}.", written(text)));
+    findings_.report(Check::NoContent, text,
+                     text.isObject() ? "The content is an object; the library reads the text of one."
+                                     : fmt::format("The content is {}.", written(text)));
     return;
   }
   within(file.string(), text.text(), &text, [this](const At& layout) { checkLayout(layout, findings_); });
@@ -114,21 +182,22 @@ void Checker::layoutFile(const At& name, const fs::path& file) {
 }
 
 void Checker::within(const std::string& name, const std::string& text, const At* at, const std::function<void(const At&)>& inside) {
-  if (const auto fault = findJSONFault(text)) {
-    const auto sentence =
-        fmt::format("{}{}.", fault->message,
-                    at == nullptr ? "" : fmt::format(", in line {} of this text, column {}", fault->line, fault->column));
+  if (auto fault = findJSONFault(text)) {
+    fault->message[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(fault->message[0])));
     if (at != nullptr) {
-      findings_.report(Check::NotJSON, *at, sentence);
+      findings_.reportWithin(Check::NotJSON, *at, fault->offset,
+                             fmt::format("{}, in line {} of this text, column {}.", fault->message, fault->line, fault->column));
     } else {
-      findings_.add({Check::NotJSON, name, {fault->line, fault->column}, "", sentence});
+      findings_.add({Check::NotJSON, name, {fault->line, fault->column}, "", fault->message + "."});
     }
     return;
   }
   const CheckedDocument document(name, text);
   findings_.setHolder(at);
-  if (at == nullptr) checkDuplicates(document, findings_);
+  checkDuplicates(document, findings_);
   inside(At(document));
+  findings_.setHolder(at);
+  findings_.close(document);
   findings_.setHolder(nullptr);
 }
 

@@ -96,12 +96,13 @@ void checkParams(const At& condition, Operator function, Findings& findings) {
   const auto params = at.elements();
   const bool texts = std::ranges::all_of(params, &At::isText);
   const std::size_t needed = parametersNeeded(function);
-  if (at.isGiven() && (!at.value()->isArray() || !texts)) {
+  if (needed == 0 && params.empty()) return;
+  if (needed > 0 && at.isGiven() && (!at.value()->isArray() || !texts)) {
     findings.report(Check::BadParams, at, fmt::format("{} is no array of texts, and counts as empty.", written(at)));
     return;
   }
   if (params.size() < needed) {
-    findings.report(Check::BadParams, at.isPresent() ? at : condition,
+    findings.report(Check::BadParams, at,
                     fmt::format("{} needs {}, and there {} {}.", condition["function"].text(),
                                 needed == 1 ? "a parameter" : "a first and a last parameter", params.size() == 1 ? "is" : "are",
                                 params.size()));
@@ -113,6 +114,9 @@ void checkParams(const At& condition, Operator function, Findings& findings) {
         needed == 0   ? fmt::format("{} looks at no parameter.", condition["function"].text())
         : needed == 1 ? fmt::format("{} looks at {} alone.", condition["function"].text(), written(params.front()))
                       : fmt::format("{} looks at the first and the last of {} alone.", condition["function"].text(), written(at)));
+  }
+  if ((function == Operator::Contain || function == Operator::NotContain) && params.front().text().empty()) {
+    findings.report(Check::BadParams, params.front(), "Every text contains an empty one.");
   }
   if (comparesTexts(function)) {
     for (const At& param : params) checkBlanks(param, findings);
@@ -129,17 +133,20 @@ void checkParams(const At& condition, Operator function, Findings& findings) {
 }  // namespace
 
 void checkCondition(const At& condition, Findings& findings) {
-  if (!expectObject(condition, findings)) return;
+  if (!expectEntry(condition, findings)) return;
   checkKeys(condition, {"field", "function", "params", "type"}, findings);
   const At field = condition["field"], function = condition["function"];
   if (getEventPropertyNameFromField(field.text()).empty()) {
-    findings.report(Check::NoField, field.isPresent() ? field : condition, fmt::format("The field is {}.", written(field)));
+    findings.report(Check::NoField, field, fmt::format("The field is {}.", written(field)));
   }
   checkBlanks(field, findings);
   const Operator named = KLPropertyOperatorNamed(function.text());
   if (named == Operator::Unknown) {
-    findings.report(Check::UnknownOperator, function.isPresent() ? function : condition,
-                    fmt::format("{} is no operator: the condition never holds.", written(function)));
+    findings.report(Check::UnknownOperator, function,
+                    fmt::format("The operator is {}: the condition never holds{}", written(function),
+                                didYouMean(function.text(), {"isSet", "notSet", "equal", "notEqual", "less", "greater", "between",
+                                                             "isTrue", "isFalse", "isEmpty", "isNotEmpty", "contain", "notContain",
+                                                             "in", "notInclude", "absolute_between"})));
     return;
   }
   checkParams(condition, named, findings);

@@ -6,10 +6,34 @@
 
 namespace kaleo::tools {
 
-void Findings::report(Check check, const At& at, std::string sentence) {
-  const At& placed = holder_ == nullptr ? at : *holder_;
-  const std::string pointer = holder_ == nullptr ? at.pointer() : holder_->pointer() + "#" + at.pointer();
-  all_.push_back({check, placed.document().name(), placed.document().placeOf(placed.pointer()), pointer, std::move(sentence)});
+void Findings::report(Check check, const CheckedDocument& document, const std::string& pointer, std::string sentence) {
+  const std::string shown = holder_ == nullptr ? pointer : holder_->pointer() + "#" + pointer;
+  unplaced_.push_back({all_.size(), &document, {pointer, std::nullopt}});
+  all_.push_back({check, document.name(), {}, shown, std::move(sentence)});
+}
+
+void Findings::reportWithin(Check check, const At& text, std::size_t inside, std::string sentence) {
+  report(check, text, std::move(sentence));
+  unplaced_.back().spot.inside = inside;
+}
+
+void Findings::close(const CheckedDocument& document) {
+  const auto isOpen = [&document](const Unplaced& each) { return each.document != &document; };
+  const auto first = std::ranges::find_if(unplaced_.rbegin(), unplaced_.rend(), isOpen).base();
+  std::vector<CheckedDocument::Spot> spots;
+  for (auto each = first; each != unplaced_.end(); ++each) spots.push_back(each->spot);
+  if (spots.empty()) return;
+  const auto offsets = document.offsetsOf(spots);
+  if (holder_ != nullptr) {
+    for (std::size_t i = 0; i < offsets.size(); ++i) {
+      Unplaced& each = first[static_cast<std::ptrdiff_t>(i)];
+      each = {each.finding, &holder_->document(), {holder_->pointer(), offsets[i]}};
+    }
+    return;
+  }
+  const auto places = document.placesOf(offsets);
+  for (std::size_t i = 0; i < places.size(); ++i) all_[first[static_cast<std::ptrdiff_t>(i)].finding].place = places[i];
+  unplaced_.erase(first, unplaced_.end());
 }
 
 std::vector<Finding> Findings::sorted() const {

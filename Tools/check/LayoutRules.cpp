@@ -7,6 +7,7 @@
 
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLURL.h"
+#include "check/ActionRules.h"
 #include "check/Colours.h"
 #include "check/FrameRules.h"
 #include "check/KnownKeys.h"
@@ -15,6 +16,7 @@ namespace kaleo::tools {
 namespace {
 
 constexpr double kLargeText = 24, kContrast = 4.5, kLargeContrast = 3;  // WCAG 2.1, 1.4.3, in points of the design canvas
+constexpr double kSmallestText = 6;                                     // points; of smaller ones nobody makes out the letters
 
 bool yes(const At& at) { return at.isGiven() && quillon_boolValue(at.value()); }
 double numberOf(const At& length) { return quillon_doublePrefix(length.text()); }
@@ -28,18 +30,19 @@ class LayoutCheck {
   explicit LayoutCheck(Findings& findings) : findings_(findings) {}
 
   void document(const At& layout) {
-    if (!expectObject(layout, findings_)) return;
-    checkKeys(layout, {"cname", "id", "properties", "template"}, findings_);
-    const At properties = layout["properties"];
-    checkKeys(properties, {"maskColor", "maskCloseEnabled", "maskActionId", "maskAction"}, findings_);
-    checkColour(properties["maskColor"], findings_);
-    if (!layout["template"].isObject()) {
-      findings_.report(Check::NoTemplate, layout, "The layout has no element.");
+    const At root = layout["template"], properties = layout["properties"];
+    if (!root.isObject()) {
+      const bool isElement = layout["type"].isGiven() || layout["subviews"].isGiven();
+      findings_.report(Check::NoTemplate, root,
+                       isElement ? "This is an element; it belongs under \"template\"." : "The layout has no element.");
       return;
     }
-    element(layout["template"], {});
-    const bool maskCloses = properties["maskAction"]["IOS"].elements().empty() ? yes(properties["maskCloseEnabled"])
-                                                                               : actions(properties["maskAction"]).closes;
+    checkKeys(layout, {"cname", "id", "properties", "template"}, findings_);
+    if (properties.isGiven()) expectObject(properties, findings_);
+    checkKeys(properties, {"maskColor", "maskCloseEnabled", "maskActionId", "maskAction"}, findings_);
+    checkColour(properties["maskColor"], findings_);
+    element(root, {});
+    const bool maskCloses = closesByMask(properties);
     checkFrames(layout, findings_);
     if (!maskCloses && !closes_) findings_.report(Check::NoWayOut, layout, "No element and not even the mask closes the popup.");
   }
@@ -49,25 +52,44 @@ class LayoutCheck {
     std::optional<CheckedColour> ground;  ///< opaque colour below the element; nothing when it is not known
     bool inRow = false;
   };
-  struct Actions {
-    bool any = false;
-    bool closes = false;
-  };
+
+  bool closesByMask(const At& properties) {
+    const CheckedActions listed = checkActions(properties["maskAction"], findings_);
+    const bool enabled = checkBool(properties["maskCloseEnabled"], findings_);
+    if (properties["maskAction"].isGiven() && !listed.any && listed.isList && !enabled) {
+      findings_.report(Check::IdleAction, properties["maskAction"],
+                       "There is nothing under \"IOS\", and \"maskCloseEnabled\" is not set: a tap beside the popup does nothing.");
+    }
+    return listed.any ? listed.closes : enabled;
+  }
 
   void element(const At& at, Surroundings around) {
     checkKeys(at, {"type", "layout", "properties", "action", "subviews", "id", "cname"}, findings_);
     const std::string& type = at["type"].text();
     if (at["type"].isGiven() && !isOneOf(type, {"label", "image", "button", "image_button", "link", "column", "row"})) {
-      findings_.report(Check::UnknownElement, at["type"], fmt::format("{} is laid out as a row.", written(at["type"])));
+      findings_.report(Check::UnknownElement, at["type"],
+                       fmt::format("{} is laid out as a row{}", written(at["type"]),
+                                   didYouMean(type, {"label", "image", "button", "image_button", "link", "column", "row"})));
+    }
+    if (!at["type"].isGiven() && (at["properties"]["text"].isGiven() || at["properties"]["image"].isGiven())) {
+      findings_.report(Check::UnknownElement, at,
+                       "This element has no type: it is laid out as a row, without its text or picture.");
     }
     if (at["isHidden"].isGiven()) findings_.report(Check::MisplacedHidden, at["isHidden"], "The element is shown all the same.");
     box(at, type, around.inRow);
     properties(at, type, around);
     taps(at, type);
     expectArray(at["subviews"], findings_);
-    around.inRow = !isOneOf(type, {"label", "image", "button", "image_button", "link", "column"});
-    for (const At& entry : at["subviews"].elements()) {
-      if (expectObject(entry, findings_) && !yes(entry["properties"]["isHidden"])) element(entry, around);
+    const auto subviews = at["subviews"].elements();
+    const bool isLeaf = isOneOf(type, {"label", "image", "button", "image_button", "link"});
+    if (isLeaf && !subviews.empty()) {
+      findings_.report(Check::LeafSubviews, at["subviews"], fmt::format("What is in this {} is not laid out.", type));
+      return;
+    }
+    const auto shown = std::ranges::count_if(subviews, [](const At& entry) { return !yes(entry["properties"]["isHidden"]); });
+    around.inRow = (type == "row" || !at["type"].isGiven()) && shown > 1;
+    for (const At& entry : subviews) {
+      if (expectEntry(entry, findings_) && !checkBool(entry["properties"]["isHidden"], findings_)) element(entry, around);
     }
   }
 
@@ -75,19 +97,28 @@ class LayoutCheck {
   bool length(const At& at) {
     if (!at.isGiven()) return false;
     const std::string& text = at.text();
-    const auto rest = std::min(text.find_first_not_of("+-.0123456789"), text.size());
-    if (!at.isText() || rest == 0) {
+    if (!beginsWithNumber(text)) {
       findings_.report(Check::BadLength, at, fmt::format("{} is no length and reads as 0.", written(at)));
-    } else if (rest != text.size() && text.substr(rest) != "px") {
-      findings_.report(Check::BadLength, at, fmt::format("Of {} only the number is read: {}.", written(at), text.substr(0, rest)));
+    } else if (!text.ends_with("px") && !isWholeNumberText(text)) {
+      findings_.report(Check::LengthUnit, at, fmt::format("{} reads as {:g} points.", written(at), numberOf(at)));
     }
     return numberOf(at) > 0;
   }
 
+  /// The same of one that is no fraction of anything.
+  bool fixedLength(const At& at) {
+    const bool isPositive = length(at);
+    if (isPositive && numberOf(at) <= 1 && isWholeNumberText(at.text())) {
+      findings_.report(Check::Fraction, at, fmt::format("{} is {:g} points.", written(at), numberOf(at)));
+    }
+    return isPositive;
+  }
+
   void box(const At& at, const std::string& type, bool inRow) {
     const At layout = at["layout"];
-    if (!layout.isGiven() || !expectObject(layout, findings_)) {
-      findings_.report(Check::NoLayout, layout.isPresent() ? layout : at, "This element has no layout.");
+    if (!layout.isObject()) {
+      findings_.report(Check::NoLayout, layout,
+                       layout.isGiven() ? fmt::format("{} should be an object.", written(layout)) : "This element has no layout.");
       return;
     }
     checkKeys(layout, {"align", "margin", "padding", "width", "height", "maxHeight"}, findings_);
@@ -100,17 +131,24 @@ class LayoutCheck {
       checkKeys(layout[edges], {"top", "left", "bottom", "right"}, findings_);
       for (const char* side : {"top", "left", "bottom", "right"}) length(layout[edges][side]);
     }
-    const bool hasWidth = length(layout["width"]), hasHeight = length(layout["height"]), hasMost = length(layout["maxHeight"]);
-    if (layout["width"].isText() && !hasWidth && beginsWithNumber(layout["width"].text())) {
-      findings_.report(Check::ZeroWidth, layout["width"],
-                       fmt::format("A width of {} is the whole width.", written(layout["width"])));
+    const At width = layout["width"];
+    const bool hasWidth = length(width), hasHeight = fixedLength(layout["height"]), hasMost = fixedLength(layout["maxHeight"]);
+    if (numberOf(width) < 0) {
+      findings_.report(Check::BadLength, width, fmt::format("A width of {} is below 0: nobody sees the element.", written(width)));
+    } else if (!hasWidth && beginsWithNumber(width.text())) {
+      findings_.report(Check::ZeroWidth, width, fmt::format("A width of {} is the whole width.", written(width)));
+    }
+    const bool takesHeight = isOneOf(type, {"image", "button", "image_button", "link", "column"});
+    if (hasHeight && !takesHeight) {
+      findings_.report(Check::IdleHeight, layout["height"],
+                       fmt::format("This {} is as high as what is in it.", type == "label" ? type : "row"));
     }
     if (inRow && !hasWidth) findings_.report(Check::WholeWidthInRow, layout, "This element of a row has no width.");
-    if (!hasHeight && isOneOf(type, {"image", "button", "image_button", "link"})) {
-      findings_.report(Check::NoHeight, layout, fmt::format("This {} has no height.", type));
+    if (!hasHeight && takesHeight && type != "column" && (!layout["height"].isGiven() || layout["height"].isText())) {
+      findings_.report(Check::NoHeight, layout["height"], fmt::format("This {} has no height.", type));
     }
     if (type == "label" && yes(at["properties"]["scrollableY"]) && !hasMost) {
-      findings_.report(Check::ScrollsWithoutHeight, layout, "This label scrolls within no height.");
+      findings_.report(Check::ScrollsWithoutHeight, layout["maxHeight"], "This label scrolls within no height.");
     }
   }
 
@@ -121,7 +159,9 @@ class LayoutCheck {
               {"backgroundColor", "borderWidth", "borderColor", "color", "cornerRadius", "font", "image", "backgroundImage",
                "localImageName", "msgType", "text", "scrollableY", "textAlign", "isHidden"},
               findings_);
-    for (const char* key : {"borderWidth", "cornerRadius", "font"}) length(properties[key]);
+    for (const char* key : {"borderWidth", "cornerRadius"}) length(properties[key]);
+    fixedLength(properties["font"]);
+    checkBool(properties["scrollableY"], findings_);
     checkColour(properties["borderColor"], findings_);
     const auto ground = checkColour(properties["backgroundColor"], findings_);
     const auto colour = checkColour(properties["color"], findings_);
@@ -130,8 +170,7 @@ class LayoutCheck {
     const bool pictured =
         properties["backgroundImage"].isGiven() || properties["image"].isGiven() || properties["localImageName"].isGiven();
     if (pictured) around.ground.reset();
-    url(properties["image"]);
-    url(properties["backgroundImage"]);
+    pictures(at, type);
     const At align = properties["textAlign"];
     if (align.isGiven() && !isOneOf(align.text(), {"left", "center", "right"})) {
       findings_.report(Check::UnknownWord, align, fmt::format("{} aligns the text to the left.", written(align)));
@@ -142,25 +181,40 @@ class LayoutCheck {
   void text(const At& at, const std::string& type, const std::optional<CheckedColour>& colour, const Surroundings& around) {
     const At properties = at["properties"], text = properties["text"];
     const bool isEmpty = !text.isGiven() || (text.isText() && text.text().empty());
-    if (text.isGiven()) {
-      if (!text.isText()) findings_.report(Check::WrongKind, text, fmt::format("{} should be a text.", written(text)));
-      placeholder(text);
+    if (text.isGiven() && !text.isText()) {
+      findings_.report(Check::WrongKind, text, fmt::format("{} should be a text.", written(text)));
     }
-    const double size = numberOf(properties["font"]);
-    if (isOneOf(type, {"label", "link"}) && (isEmpty || size <= 0)) {
-      const At& placed = isEmpty ? (text.isPresent() ? text : at) : (properties["font"].isPresent() ? properties["font"] : at);
-      findings_.report(Check::NoText, placed,
-                       isEmpty ? fmt::format("This {} has no text.", type) : fmt::format("The font of this {} has no size.", type));
+    placeholder(text);
+    if (!isOneOf(type, {"label", "link", "button", "image_button"})) return;
+    if (!isEmpty) {
+      fontSize(properties["font"], type);
+      readability(properties, colour, around);
+    } else if (isOneOf(type, {"label", "link"})) {
+      findings_.report(Check::NoText, text, fmt::format("This {} has no text.", type));
     }
-    const bool isBlack = !colour && isOneOf(type, {"label", "link"});  // where none is given
-    if (isEmpty || !around.ground || (!colour && !isBlack)) return;
-    const double needed = size >= kLargeText ? kLargeContrast : kContrast;
-    const double reached = contrast(blended(colour.value_or(CheckedColour{0, 0, 0, 1}), *around.ground), *around.ground);
-    if (reached < needed) {
-      findings_.report(
-          Check::Contrast, isBlack ? text : properties["color"],
-          fmt::format("The contrast of {} with its ground is {:.1f} to 1; {:.1f} to 1 is needed.", written(text), reached, needed));
+  }
+
+  void fontSize(const At& font, const std::string& type) {
+    const double size = numberOf(font);
+    const bool isRead = !font.isGiven() || beginsWithNumber(font.text());  // else it has its own finding,
+    const bool isFraction = size <= 1 && isWholeNumberText(font.text());   // and so does this
+    if (size <= 0 && isRead) {
+      findings_.report(Check::NoText, font, fmt::format("The font of this {} has no size.", type));
+    } else if (size > 0 && size < kSmallestText && !isFraction) {
+      findings_.report(Check::TinyText, font, fmt::format("This text is {:g} points high.", size));
     }
+  }
+
+  void readability(const At& properties, const std::optional<CheckedColour>& colour, const Surroundings& around) {
+    const At text = properties["text"], given = properties["color"];
+    if (!around.ground || (!colour && given.isGiven())) return;
+    const double needed = numberOf(properties["font"]) >= kLargeText ? kLargeContrast : kContrast;
+    const CheckedColour black{0, 0, 0, 1};  // where none is given
+    const double reached = contrast(blended(colour.value_or(black), *around.ground), *around.ground);
+    if (reached >= needed) return;
+    findings_.report(
+        Check::Contrast, given.isGiven() ? given : text,
+        fmt::format("The contrast of {} with its ground is {:.1f} to 1; {:.1f} to 1 is needed.", written(text), reached, needed));
   }
 
   /// What a campaign tool would fill in, had it been told to.
@@ -175,13 +229,28 @@ class LayoutCheck {
     }
   }
 
+  void pictures(const At& at, const std::string& type) {
+    const At properties = at["properties"], local = properties["localImageName"];
+    url(properties["image"]);
+    url(properties["backgroundImage"]);
+    if (type == "image" && !properties["image"].isGiven()) findings_.report(Check::NoPicture, at, "This image names no picture.");
+    if (local.isGiven() && !isOneOf(local.text(), {"close", "placeholder"})) {
+      findings_.report(Check::UnknownPicture, local,
+                       fmt::format("{} is no picture that the library brings along.", written(local)));
+    }
+  }
+
   void url(const At& at) {
     if (!at.isGiven()) return;
     const std::string& text = at.text();
     if (text.starts_with("{{base}}/")) return;  // of a served directory: becomes the server's address
     const auto url = KLURL::parse(text);
-    if (url && isOneOf(url->scheme(), {"http", "https"}) && !url->host().empty()) return;
-    findings_.report(Check::BadURL, at, fmt::format("{} is no http or https URL.", written(at)));
+    if (!url || !isOneOf(url->scheme(), {"http", "https"}) || url->host().empty()) {
+      findings_.report(Check::BadURL, at, fmt::format("{} is no http or https URL.", written(at)));
+    } else if (isOneOf(url->pathExtension(),
+                       {"svg", "webp", "avif", "heic", "heif", "bmp", "tif", "tiff", "pdf", "ico", "mp4", "webm"})) {
+      findings_.report(Check::PictureFormat, at, fmt::format("The library draws no {} pictures.", url->pathExtension()));
+    }
   }
 
   void taps(const At& at, const std::string& type) {
@@ -191,37 +260,13 @@ class LayoutCheck {
       findings_.report(Check::IdleAction, action, fmt::format("A {} takes no taps.", type == "label" ? "label" : "row or column"));
       return;
     }
-    const Actions found = actions(action);
+    const CheckedActions found = checkActions(action, findings_);
     closes_ = closes_ || found.closes;
-    if (!found.any && isOneOf(type, {"button", "image_button", "link"})) {
-      findings_.report(Check::IdleAction, action.isPresent() ? action : at, fmt::format("This {} has no action.", type));
+    if (!found.any && found.isList && isOneOf(type, {"button", "image_button", "link"})) {
+      findings_.report(Check::IdleAction, action,
+                       action.isGiven() ? fmt::format("The action of this {} lists nothing under \"IOS\".", type)
+                                        : fmt::format("This {} has no action.", type));
     }
-  }
-
-  Actions actions(const At& holder) {
-    Actions found;
-    if (!holder.isGiven()) return found;
-    expectObject(holder, findings_);
-    for (const At& action : holder["IOS"].elements()) {
-      checkKeys(action, {"id", "type", "value", "closeable", "copied_tip"}, findings_);
-      found.any = true;
-      const std::string& type = action["type"].text();
-      const bool closeable = yes(action["closeable"]);
-      if (!isOneOf(type, {"close", "openlink", "copy", "customize"})) {
-        findings_.report(Check::UnknownAction, action["type"].isPresent() ? action["type"] : action,
-                         fmt::format("{} is no action.", written(action["type"])));
-        continue;
-      }
-      found.closes = found.closes || (closeable && type != "copy");
-      if (type == "close" && !closeable)
-        findings_.report(Check::IdleAction, action, "This close action is not closeable and does nothing.");
-      if (isOneOf(type, {"openlink", "copy"}) && (!action["value"].isText() || action["value"].text().empty())) {
-        findings_.report(Check::IdleAction, action, fmt::format("This {} action has no value.", type));
-      } else if (type == "openlink" && action["value"].text().find(':') == std::string::npos) {
-        findings_.report(Check::BadURL, action["value"], fmt::format("{} is no absolute URL.", written(action["value"])));
-      }
-    }
-    return found;
   }
 
   Findings& findings_;

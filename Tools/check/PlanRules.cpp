@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "Core/Utils/KLJSONSerialization.h"
+#include "check/DisplayRules.h"
 #include "check/EventRules.h"
 #include "check/KnownKeys.h"
 #include "check/TimeRules.h"
@@ -35,9 +36,11 @@ std::string day(double milliseconds) {
 void checkIdentity(const At& plan, Findings& findings) {
   const At id = plan["plan_id"];
   if (integerOf(id) == 0) {
-    findings.report(Check::PlanId, id.isPresent() ? id : plan, fmt::format("The plan's id is {}, which reads as 0.", written(id)));
+    findings.report(Check::PlanId, id, fmt::format("The plan's id is {}, which reads as 0.", written(id)));
   }
-  for (const char* key : {"plan_id", "absolute_priority", "audience_id"}) checkInteger(plan[key], findings);
+  if (integerOf(id) != 0) checkInteger(id, findings);
+  for (const char* key : {"absolute_priority", "audience_id"}) checkInteger(plan[key], findings);
+  for (const char* key : {"is_trigger", "is_control_group", "global_msg_limit_enabled"}) checkBool(plan[key], findings);
   const At strategy = plan["strategy_id"];
   if (strategy.isGiven() && !yes(plan["is_trigger"])) {
     findings.report(Check::StrategyWithoutTrigger, strategy,
@@ -49,8 +52,7 @@ void checkExpiry(const At& plan, double now, Findings& findings) {
   const At at = plan["expire_at"];
   const double expiry = expiryOf(plan);
   if (!at.isGiven() || expiry == 0) {
-    findings.report(Check::NoExpiry, at.isPresent() ? at : plan,
-                    fmt::format("The plan expires at {}, which reads as 0.", written(at)));
+    findings.report(Check::NoExpiry, at, fmt::format("The time of expiry is {}, which reads as 1970.", written(at)));
   } else if (expiry < now * kMilliseconds) {
     const bool isPlain = !at.isText() || isWholeNumberText(at.text());
     const bool seconds = isPlain && expiry < kLikelySeconds && expiry > now;
@@ -64,13 +66,13 @@ void checkExpiry(const At& plan, double now, Findings& findings) {
 void checkAudience(const At& plan, Findings& findings) {
   const At status = plan["status"], audience = plan["is_audience"];
   if (status.text() != "ACTIVE") {
-    findings.report(Check::NeverActive, status.isPresent() ? status : plan, fmt::format("The status is {}.", written(status)));
+    findings.report(Check::NeverActive, status, fmt::format("The status is {}.", written(status)));
   }
   if (!yes(audience)) {
-    findings.report(Check::NotAudience, audience.isPresent() ? audience : plan,
-                    fmt::format("\"is_audience\" is {}.", written(audience)));
+    findings.report(Check::NotAudience, audience,
+                    fmt::format("\"is_audience\" is {}{}.", written(audience), audience.isText() ? ", which reads as no" : ""));
   }
-  if (yes(plan["is_control_group"])) {
+  if (yes(plan["is_control_group"]) && !plan["strategy_id"].isGiven()) {
     findings.report(Check::ControlGroup, plan["is_control_group"], "The user is in this plan's control group.");
   }
 }
@@ -92,15 +94,28 @@ bool isServed(const At& plan, double now) {
          plan["pattern_popup"]["relation"].text() != "AND";
 }
 
-/// Whether each event that makes `later` due makes `first` due, too.
-bool answersAllOf(const At& first, const At& later) {
-  for (const char* rule : {"event_permission", "display_time_config"}) {
-    if (first[rule].isGiven() && !isSame(first[rule], later[rule])) return false;
-  }
-  const auto wide = first["pattern_popup"]["matcher_list"].elements();
-  const auto narrow = later["pattern_popup"]["matcher_list"].elements();
-  return !narrow.empty() && std::ranges::all_of(narrow, [&wide](const At& matcher) {
-    return std::ranges::any_of(wide, [&matcher](const At& candidate) { return covers(candidate, matcher); });
+/// What makes a plan due, for comparing it with many others.
+struct Reach {
+  const At* plan = nullptr;
+  std::size_t permission = 0, displayTimes = 0;  ///< 0: any event, at any time
+  std::vector<CountedEvents> matchers;
+};
+
+Reach reachOf(const At& plan, Alike& alike) {
+  const At permission = plan["event_permission"], displayTimes = plan["display_time_config"];
+  const bool admitsAll = permission["conditions"].elements().empty() && permission["filters"].elements().empty();
+  Reach reach{&plan, admitsAll ? 0 : alike.numberOf(permission), displayTimes.isObject() ? alike.numberOf(displayTimes) : 0, {}};
+  for (const At& matcher : plan["pattern_popup"]["matcher_list"].elements()) reach.matchers.push_back(countedBy(matcher, alike));
+  return reach;
+}
+
+/// Whether each event that makes `later` due makes `first` due, too. A count above 1 begins anew when its plan has shown, and that
+/// of the other plan goes on, so that it is not long before they differ.
+bool answersAllOf(const Reach& first, const Reach& later) {
+  if (first.permission != 0 && first.permission != later.permission) return false;
+  if (first.displayTimes != 0 && first.displayTimes != later.displayTimes) return false;
+  return !later.matchers.empty() && std::ranges::all_of(later.matchers, [&first](const CountedEvents& narrow) {
+    return std::ranges::any_of(first.matchers, [&narrow](const CountedEvents& wide) { return isDueAtOnce(wide, narrow); });
   });
 }
 
@@ -111,17 +126,34 @@ bool isEverHeldBack(const At& plan) {
   return yes(plan["global_msg_limit_enabled"]);
 }
 
+/// What the library keeps of a plan when the server changes it.
+void checkWindowUpdate(const At& update, Findings& findings) {
+  if (!update.isGiven() || !expectObject(update, findings)) return;
+  for (const auto& [key, value] : update.value()->asObject()) {
+    if (key == "all_window" || key == "trigger_window" || key == "convert_window") continue;
+    findings.report(Check::UnknownWindow, update[key], fmt::format("{} resets no window.", quoted(key)));
+  }
+}
+
+void checkPageFilter(const At& filter, Findings& findings) {
+  if (!filter["function"].text().empty()) {
+    findings.report(Check::PageFilter, filter, "The plan shows on every page, whatever is written here.");
+  }
+}
+
 void checkInhibition(const At& first, const At& later, Findings& findings) {
-  findings.report(Check::AlwaysInhibited, later["absolute_priority"].isPresent() ? later["absolute_priority"] : later,
-                  fmt::format("Plan {} comes first and answers every event that plan {} answers: this one {}.",
-                              integerOf(first["plan_id"]), integerOf(later["plan_id"]),
+  const double until = expiryOf(first);
+  const std::string span = until < expiryOf(later) ? fmt::format("until {} ", day(until)) : "";
+  findings.report(Check::AlwaysInhibited, later["absolute_priority"],
+                  fmt::format("Plan {} comes first and answers every event that plan {} answers: {}this one {}.",
+                              integerOf(first["plan_id"]), integerOf(later["plan_id"]), span,
                               isEverHeldBack(first) ? "shows only while that one is held back by its own limits" : "never shows"));
 }
 
 }  // namespace
 
 void checkPlan(const At& plan, double now, Findings& findings) {
-  if (!expectObject(plan, findings)) return;
+  if (!expectEntry(plan, findings)) return;
   checkKeys(plan,
             {"plan_id",
              "audience_id",
@@ -151,14 +183,14 @@ void checkPlan(const At& plan, double now, Findings& findings) {
   checkAudience(plan, findings);
   checkPattern(plan["pattern_popup"], findings);
   checkPermission(plan["event_permission"], findings);
-  for (const char* window : {"popup_interval", "convert_window"}) {
-    checkKeys(plan[window], {"unit", "natural", "value"}, findings);
-    checkLength(plan[window], findings);
-  }
+  checkQuietPeriod(plan["popup_interval"], "the plan needs no pause after its popup.", findings);
+  checkQuietPeriod(plan["convert_window"], "the plan waits for no conversion.", findings);
   checkReEntry(plan["re_enter"], expiryOf(plan) / kMilliseconds - now, findings);
   checkReEntryAgainst(plan, "popup_interval", "", findings);
   checkReEntryAgainst(plan, "convert_window", " unless the user converts", findings);
   checkDisplayTimes(plan["display_time_config"], findings);
+  checkWindowUpdate(plan["window_update"], findings);
+  checkPageFilter(plan["page_filter"], findings);
 }
 
 void checkLimitsAgainst(const std::vector<At>& plans, const At& limits, Findings& findings) {
@@ -175,21 +207,24 @@ void checkLimitsAgainst(const std::vector<At>& plans, const At& limits, Findings
 }
 
 void checkPlansTogether(const std::vector<At>& plans, double now, Findings& findings) {
+  Alike alike;
   std::map<std::int64_t, const At*> known;
-  std::vector<const At*> served;
+  std::vector<Reach> served;
   for (const At& plan : plans) {
+    if (!plan.isObject()) continue;
     const auto [earlier, isNew] = known.emplace(integerOf(plan["plan_id"]), &plan);
-    if (!isNew)
+    if (!isNew && earlier->first != 0)
       findings.report(Check::DuplicatePlan, plan["plan_id"],
                       fmt::format("Plan {} is at {}, too.", earlier->first, earlier->second->pointer()));
-    if (isServed(plan, now)) served.push_back(&plan);
+    if (isServed(plan, now)) served.push_back(reachOf(plan, alike));
   }
-  std::ranges::stable_sort(served, std::greater(), [](const At* plan) {
-    return std::tuple(integerOf((*plan)["absolute_priority"]), integerOf((*plan)["plan_id"]));
+  std::ranges::stable_sort(served, std::greater(), [](const Reach& reach) {
+    return std::tuple(integerOf((*reach.plan)["absolute_priority"]), integerOf((*reach.plan)["plan_id"]));
   });
   for (auto later = served.begin(); later != served.end(); ++later) {
-    const auto first = std::find_if(served.begin(), later, [later](const At* plan) { return answersAllOf(*plan, **later); });
-    if (first != later) checkInhibition(**first, **later, findings);
+    const auto first = std::find_if(served.begin(), later, [later](const Reach& reach) { return answersAllOf(reach, *later); });
+    if (first == later || integerOf((*first->plan)["plan_id"]) == integerOf((*later->plan)["plan_id"])) continue;
+    checkInhibition(*first->plan, *later->plan, findings);
   }
 }
 

@@ -2,17 +2,17 @@
 
 #include <fmt/format.h>
 
-#include <cctype>
+#include <algorithm>
 
 #include "Core/Model/KLPlanTimeModel.h"
-#include "Core/Model/KLRepeatDisplay.h"
 #include "Core/Utils/KLJSONSerialization.h"
 #include "check/KnownKeys.h"
+#include "text/TimeText.h"
 
 namespace kaleo::tools {
 namespace {
 
-constexpr double kSecondsADay = 86400, kTenYears = 3650 * kSecondsADay;
+constexpr double kSecondsADay = 86400, kYear = 365 * kSecondsADay, kTenYears = 10 * kYear;
 
 double secondsOf(KLTimeUnit unit) {
   switch (unit) {
@@ -43,37 +43,6 @@ KLPlanTimeModel modelOf(const At& at) {
   return model;
 }
 
-bool isPaddedTime(const std::string& text) {
-  const auto digit = [&text](std::size_t i) { return std::isdigit(static_cast<unsigned char>(text[i])) != 0; };
-  if (text.size() != 5 || text[2] != ':' || !digit(0) || !digit(1) || !digit(3) || !digit(4)) return false;
-  return quillon_integerPrefix(text) <= 24 && quillon_integerPrefix(text.substr(3)) < 60;
-}
-
-void checkTime(const At& time, Findings& findings) {
-  if (isPaddedTime(time.text())) return;
-  findings.report(Check::DisplayTime, time, fmt::format("{} is no time written as HH:mm.", written(time)));
-}
-
-/// Whether the range is ever in force.
-bool checkRange(const At& range, bool daily, Findings& findings) {
-  checkKeys(range, {"start_time", "end_time", "day"}, findings);
-  const At start = range["start_time"], end = range["end_time"], day = range["day"];
-  checkTime(start, findings);
-  checkTime(end, findings);
-  if (isPaddedTime(start.text()) && start.text() == end.text()) {
-    findings.report(Check::DisplayTime, range, fmt::format("A range from {0} to {0} lasts the whole day.", start.text()));
-  }
-  KLRepeatCycleRange read;
-  KLParseContext context;
-  KLFields::parse(read, range.value(), context);
-  if (!daily && (read.day < 1 || read.day > 7)) {
-    findings.report(Check::DisplayDay, day.isPresent() ? day : range,
-                    fmt::format("The weekday of this weekly range is {}, not a number from 1 to 7.", written(day)));
-  }
-  if (daily && day.isGiven()) findings.report(Check::DisplayDay, day, "A daily range has no weekday: this one holds on every day.");
-  return read.clockRange().has_value() && (daily || read.day >= 1);
-}
-
 }  // namespace
 
 CheckedLength lengthOf(const At& at) {
@@ -83,33 +52,49 @@ CheckedLength lengthOf(const At& at) {
   return {false, static_cast<double>(model.value) * secondsOf(model.timeUnit())};
 }
 
-CheckedLength checkLength(const At& at, Findings& findings) {
-  if (!at.isGiven() || !expectObject(at, findings)) return {};
+std::optional<EmptyLength> whyEmpty(const At& at) {
   const KLPlanTimeModel model = modelOf(at);
   const At unit = at["unit"], value = at["value"];
-  if (model.timeUnit() == KLTimeUnit::Unknown && (unit.isGiven() || model.value != 0)) {
-    findings.report(Check::UnknownUnit, unit.isPresent() ? unit : at,
-                    fmt::format("The unit is {}: the window has no length.", written(unit)));
-  } else if (model.natural && model.timeUnit() != KLTimeUnit::Unknown && !isAlignable(model.timeUnit())) {
-    findings.report(Check::NaturalUnit, unit, fmt::format("A natural window cannot be counted in {}.", unit.text()));
-  } else if (model.timeUnit() != KLTimeUnit::Unknown && model.value <= 0) {
-    findings.report(Check::EmptyWindow, value.isPresent() ? value : at, fmt::format("The length is {}.", written(value)));
+  if (model.timeUnit() == KLTimeUnit::Unknown) {
+    return EmptyLength{Check::UnknownUnit, unit, fmt::format("The unit is {}", written(unit))};
   }
-  checkInteger(value, findings);
+  if (model.natural && !isAlignable(model.timeUnit())) {
+    return EmptyLength{Check::NaturalUnit, unit, fmt::format("A natural window cannot be counted in {}", unit.text())};
+  }
+  if (model.value > 0) return std::nullopt;
+  return EmptyLength{Check::EmptyWindow, value, fmt::format("The \"value\" is {}", written(value))};
+}
+
+CheckedLength checkLength(const At& at, const char* effect, Findings& findings) {
+  if (!at.isGiven() || !expectObject(at, findings)) return {};
+  checkBool(at["natural"], findings);
+  const bool isOdd = checkInteger(at["value"], findings);
+  const auto empty = whyEmpty(at);
+  const bool isLeftOut = !at["unit"].isGiven() && modelOf(at).value == 0;  // an object of nothing is nothing
+  if (empty && !isLeftOut && !(isOdd && empty->check == Check::EmptyWindow)) {
+    findings.report(empty->check, empty->at, empty->sentence + ": " + effect);
+  }
   return lengthOf(at);
+}
+
+void checkQuietPeriod(const At& at, const char* effect, Findings& findings) {
+  checkKeys(at, {"unit", "natural", "value"}, findings);
+  const CheckedLength length = checkLength(at, effect, findings);
+  if (length.isEmpty || length.seconds < kYear) return;
+  findings.report(Check::EndlessQuietPeriod, at["value"],
+                  fmt::format("After one popup this lasts {}.",
+                              length.seconds < kTenYears ? TimeText::length(length.seconds) : "more than ten years"));
 }
 
 void checkReEntry(const At& at, double secondsLeft, Findings& findings) {
   if (!at.isGiven()) return;
   checkKeys(at, {"unit", "natural", "value", "limit"}, findings);
-  const CheckedLength length = checkLength(at, findings);
+  const CheckedLength length = checkLength(at, "the plan shows any number of times.", findings);
   const At cap = at["limit"];
-  checkInteger(cap, findings);
-  if (!length.isEmpty && quillon_integerValue(cap.value()) < 1) {
-    findings.report(Check::ReEntryWithoutLimit, cap.isPresent() ? cap : at,
-                    fmt::format("The limit is {}: one popup in each window.", written(cap)));
+  if (!checkInteger(cap, findings) && !length.isEmpty && quillon_integerValue(cap.value()) < 1) {
+    findings.report(Check::ReEntryWithoutLimit, cap, fmt::format("The limit is {}: one popup in each window.", written(cap)));
   }
-  if (length.isEmpty || length.seconds < std::min(secondsLeft, kTenYears)) return;
+  if (length.isEmpty || secondsLeft <= 0 || length.seconds < std::min(secondsLeft, kTenYears)) return;
   const auto limit = std::max<std::int64_t>(quillon_integerValue(at["limit"].value()), 1);
   findings.report(
       Check::EndlessReEntry, at,
@@ -117,42 +102,55 @@ void checkReEntry(const At& at, double secondsLeft, Findings& findings) {
                   length.seconds < kTenYears ? "the plan" : "ten years", limit == 1 ? "once" : fmt::format("{} times", limit)));
 }
 
+namespace {
+
+/// A cap looks backward from now: over no length of time it counts nothing, and an aligned one in units that cannot be aligned
+/// counts from 1970.
+void checkCap(const At& cap, Findings& findings) {
+  if (!cap.isObject()) {
+    findings.report(
+        Check::CapOfZero, cap,
+        fmt::format("{} should be an object; it reads as a limit of 0: no plan that takes part in the global limits ever shows.",
+                    written(cap)));
+    return;
+  }
+  checkKeys(cap, {"unit", "natural", "value", "limit"}, findings);
+  const bool natural = checkBool(cap["natural"], findings);
+  checkInteger(cap["value"], findings);
+  const At limit = cap["limit"];
+  const auto most = quillon_integerValue(limit.value());
+  if (most > 0) checkInteger(limit, findings);
+  if (most <= 0) {
+    findings.report(Check::CapOfZero, limit,
+                    fmt::format("The limit is {}{}: no plan that takes part in the global limits ever shows.", written(limit),
+                                most == 0 && limit.isText() ? ", which reads as 0" : ""));
+    return;
+  }
+  const auto empty = whyEmpty(cap);
+  if (!empty) return;
+  const bool countsAll = natural && empty->check != Check::EmptyWindow;
+  findings.report(
+      empty->check, empty->at,
+      empty->sentence + (countsAll
+                             ? fmt::format(": the limit counts the popups of all times, and after {} nothing shows any more.", most)
+                             : ": the limit counts no popup and holds nothing back."));
+}
+
+}  // namespace
+
 void checkGlobalLimits(const At& at, Findings& findings) {
   if (!at.isGiven() || !expectObject(at, findings)) return;
   checkKeys(at, {"is_in_use", "limits"}, findings);
-  const bool inUse = quillon_boolValue(at["is_in_use"].value());
-  expectArray(at["limits"], findings);
+  const bool inUse = checkBool(at["is_in_use"], findings);
+  const bool isList = expectArray(at["limits"], findings);
   const auto limits = at["limits"].elements();
-  if (!inUse && !limits.empty()) findings.report(Check::LimitNotInUse, at, "These limits are not in use.");
-  for (const At& limit : limits) {
-    if (!expectObject(limit, findings)) continue;
-    checkKeys(limit, {"unit", "natural", "value", "limit"}, findings);
-    checkLength(limit, findings);
-    checkInteger(limit["limit"], findings);
-    if (quillon_integerValue(limit["limit"].value()) > 0) continue;
-    findings.report(
-        Check::CapOfZero, limit["limit"].isPresent() ? limit["limit"] : limit,
-        fmt::format("The limit is {}: no plan that takes part in the global limits ever shows.", written(limit["limit"])));
+  if (!inUse && !limits.empty() && isClearBool(at["is_in_use"]))
+    findings.report(Check::LimitNotInUse, at, "These limits are not in use.");
+  if (inUse && limits.empty() && (isList || !at["limits"].isGiven())) {
+    findings.report(Check::LimitNotInUse, at, "There is no limit to use.");
   }
-}
-
-void checkDisplayTimes(const At& at, Findings& findings) {
-  if (!at.isGiven() || !expectObject(at, findings)) return;
-  checkKeys(at, {"natural_repeat_cycle"}, findings);
-  const At cycle = at["natural_repeat_cycle"];
-  checkKeys(cycle, {"repeat_cycle", "time_ranges"}, findings);
-  KLRepeatCycleConfig read;
-  KLParseContext context;
-  KLFields::parse(read, cycle.value(), context);
-  const std::string& word = cycle["repeat_cycle"].text();
-  if (!read.isDaily() && word != "WEEK") {
-    findings.report(
-        Check::UnknownRelation, cycle["repeat_cycle"].isPresent() ? cycle["repeat_cycle"] : at,
-        fmt::format("The cycle is {}, which counts as weekly. Write \"DAY\" or \"WEEK\".", written(cycle["repeat_cycle"])));
-  }
-  bool anyRange = false;
-  for (const At& range : cycle["time_ranges"].elements()) anyRange = checkRange(range, read.isDaily(), findings) || anyRange;
-  if (!anyRange) findings.report(Check::NoDisplayTime, at, "No range of these display times is ever in force.");
+  if (!inUse) return;
+  for (const At& limit : limits) checkCap(limit, findings);
 }
 
 }  // namespace kaleo::tools

@@ -66,6 +66,7 @@ std::string_view otherKind(std::string_view text) {
   }
   if (text.starts_with("SQLite format 3")) return "this is an SQLite database; kaleo inspect and kaleo explain read those";
   if (text.starts_with("\x89PNG") || text.starts_with("\xFF\xD8\xFF") || text.starts_with("GIF8")) return "this is a picture";
+  if (text.starts_with("PK\x03\x04") || text.starts_with("\x1F\x8B")) return "this is an archive; unpack it first";
   const auto first = text.find_first_not_of(" \t\r\n");
   if (first == text.npos) return "expected a value, but the text is empty";
   if (text[first] == '<') return "this is HTML or XML, perhaps the page of an error that was saved under this name";
@@ -220,7 +221,7 @@ class Scanner {
 };
 
 JSONFault faultAt(std::string_view text, std::size_t position, std::string message) {
-  JSONFault fault{1, 1, std::move(message)};
+  JSONFault fault{1, 1, position, std::move(message)};
   for (const char c : text.substr(0, position)) {
     if (c == '\n') {
       ++fault.line;
@@ -236,8 +237,8 @@ JSONFault faultAt(std::string_view text, std::size_t position, std::string messa
 
 std::optional<JSONFault> findJSONFault(std::string_view text) {
   if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  if (const auto kind = otherKind(text); !kind.empty()) return JSONFault{1, 1, std::string(kind)};
-  if (text.size() > KLJSON::kMaxBytes) return JSONFault{1, 1, "longer than " + std::to_string(KLJSON::kMaxBytes) + " bytes"};
+  if (const auto kind = otherKind(text); !kind.empty()) return JSONFault{1, 1, 0, std::string(kind)};
+  if (text.size() > KLJSON::kMaxBytes) return JSONFault{1, 1, 0, "longer than " + std::to_string(KLJSON::kMaxBytes) + " bytes"};
   Scanner scanner(text);
   if (scanner.document()) return std::nullopt;
   return faultAt(text, scanner.position(), scanner.message());

@@ -11,6 +11,7 @@ namespace kaleo::tools {
 struct JSONFault {
   std::size_t line = 1;    ///< from 1
   std::size_t column = 1;  ///< in characters (code points), from 1
+  std::size_t offset = 0;  ///< in bytes, without a byte order mark
   std::string message;     ///< such as "expected ',' or '}'"; where the mistake is a usual one, how to mend it
 };
 

@@ -18,7 +18,8 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 namespace fs = std::filesystem;
 
-constexpr const char* kLayout = R"({"properties": {"maskCloseEnabled": true}, "template": {"type": "row", "layout": {}}})";
+constexpr const char* kLayout = R"({"properties": {"maskCloseEnabled": true},
+    "template": {"type": "label", "layout": {}, "properties": {"text": "Hello", "font": "16px"}}})";
 
 /// What a command says on the standard error, and its exit status; above 128 when a signal ended it.
 struct Outcome {

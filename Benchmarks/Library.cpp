@@ -61,7 +61,8 @@ void Library::saveDisplayTimes() {
 }
 
 void Library::recordDecisions(bool on) {
-  diagnosis_.set(on ? guarded(makeDiagnosis()) : nullptr);
+  recorder_ = on ? guarded(makeDiagnosis()) : nullptr;
+  diagnosis_.set(recorder_);
   aside_.reset();
 }
 
@@ -71,10 +72,10 @@ std::shared_ptr<KLDiagnosis> Library::makeDiagnosis() {
       KLDiagnosisSurroundings{recorderThreads_, clock_, random_, registry_, directory, directory, {}});
 }
 
-void Library::recordAside(std::size_t events, std::size_t decisions) {
+void Library::recordAside(std::span<const KLValue> events, std::size_t decisions) {
   if (!aside_) aside_ = makeDiagnosis();
   const std::vector<KLDecision> each(decisions, KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 1});
-  for (std::size_t i = 0; i < events; ++i) aside_->addDecisions({.eventName = "Event"}, each);
+  for (const KLValue& event : events) aside_->addDecisions({.time = clock_.now(), .event = event}, each);
 }
 
 Matched Library::match(const KLValue& event) {

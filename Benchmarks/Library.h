@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 #include <string>
 
 #include "Core/Base/Trigger/KLTrigger.h"
@@ -26,8 +27,8 @@ class CountingDiagnosis : public KLDiagnosis {
  public:
   explicit CountingDiagnosis(bool inBatches) : inBatches_(inBatches) {}
   bool wantsBatches() const override { return inBatches_; }
-  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
-    if (!inBatches_) return KLDiagnosis::addDecisions(context, decisions);
+  void addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) override {
+    if (!inBatches_) return KLDiagnosis::addDecisions(std::move(context), decisions);
     records += decisions.size();
   }
   void setDiagnosisExpiration(double) override {}
@@ -81,8 +82,8 @@ class Library {
   /// Records every decision as libkaleo-diagnosis does it, with its queue on a thread of its own, so that this one's caches stay
   /// its own, too. `writeStore` waits for it.
   void recordDecisions(bool on);
-  /// Gives such a recorder what that many events would, `decisions` each, without the trigger's doing.
-  void recordAside(std::size_t events, std::size_t decisions);
+  /// Gives such a recorder what these events would, `decisions` each, without the trigger's doing.
+  void recordAside(std::span<const KLValue> events, std::size_t decisions);
 
   /// Matching alone, by the library's rules.
   Matched match(const KLValue& event);
@@ -90,6 +91,9 @@ class Library {
   /// Does the work that was queued for the store's own thread.
   void writeStore() {
     threads_.run();
+    for (const auto& recorder : {recorder_, aside_}) {
+      if (recorder) recorder->verifyDatabaseFile({});  // what waits is written before it
+    }
     recorderThreads_.wait();
   }
 
@@ -116,7 +120,7 @@ class Library {
   KLNetwork network_{session_, log_, random_};
   KLCurrentUser user_;
   KLDiagnosisSlot diagnosis_;
-  std::shared_ptr<KLDiagnosis> aside_;
+  std::shared_ptr<KLDiagnosis> recorder_, aside_;
   KaleoDataStore store_;
   std::unique_ptr<KLTrigger> trigger_;
 };

@@ -1,6 +1,7 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
+#include <span>
 #include <vector>
 
 #include "Library.h"
@@ -14,6 +15,12 @@ namespace {
 /// How often the store's queue gets its turn, which is not timed: often enough that little waits there.
 constexpr std::size_t kEventsBetweenWrites = 256;
 
+/// The events since the last pause. `next`: where the next one is.
+std::span<const KLValue> last(const std::vector<KLValue>& records, std::size_t next) {
+  const std::size_t count = std::min(kEventsBetweenWrites, records.size());
+  return std::span(records).subspan(next >= count ? next - count : records.size() - count, count);
+}
+
 /// `aside`: how many decisions for each event are recorded without being timed.
 void triggerEach(benchmark::State& state, Library& library, const std::vector<KLValue>& records, std::size_t aside = 0) {
   std::size_t next = 0;
@@ -22,7 +29,7 @@ void triggerEach(benchmark::State& state, Library& library, const std::vector<KL
     if (++next == records.size()) next = 0;
     if (next % kEventsBetweenWrites != 0) continue;
     state.PauseTiming();
-    if (aside > 0) library.recordAside(kEventsBetweenWrites, aside);
+    if (aside > 0) library.recordAside(last(records, next), aside);
     library.writeStore();
     state.ResumeTiming();
   }

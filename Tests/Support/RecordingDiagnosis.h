@@ -3,6 +3,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Core/Base/Support/KLDiagnosisSlot.h"
@@ -80,10 +81,10 @@ class BatchDiagnosis final : public RecordingDiagnosis {
   };
 
   bool wantsBatches() const override { return true; }
-  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
+  void addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) override {
     Batch& batch = batches.emplace_back(Batch{context, {decisions.begin(), decisions.end()}, {}});
     for (const KLDecision& decision : decisions) batch.contents.push_back(decision.content(context));
-    RecordingDiagnosis::addDecisions(context, decisions);
+    RecordingDiagnosis::addDecisions(std::move(context), decisions);
   }
 
   std::vector<Batch> batches;

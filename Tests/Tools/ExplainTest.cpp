@@ -129,9 +129,9 @@ TEST_F(ExplainTest, TheEventsThatCameNearAreNamed) {
   makeRecorder();
   recorder->saveUserId("u1", "alice");
   const std::array near{KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 101}};
-  for (const char* event : {"Pay", "Search", "Search"}) recorder->addDecisions({.eventName = event}, near);
+  for (const char* event : {"Pay", "Search", "Search"}) recorder->addDecisions({.event = KLObject{{"event", event}}}, near);
   const std::array shown{KLDecision{.kind = KLDecision::Kind::Finished, .planID = 101}};
-  recorder->addDecisions({.eventName = "Buy"}, shown);
+  recorder->addDecisions({.event = KLObject{{"event", "Buy"}}}, shown);
   recorder.reset();
   EXPECT_EQ(run(), kRead) << err.str();
   EXPECT_THAT(out.str(), HasSubstr("was handed on to be shown. (event Buy)"));

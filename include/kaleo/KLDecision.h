@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "kaleo/KLExport.h"
 #include "kaleo/KLValue.h"
@@ -25,12 +26,14 @@ enum class KLDiagnosisState : int {
 enum class KLDiagnosisType : int { Config = 0, Trigger = 1 };
 
 /// What decisions that were made together have in common. Cheap to copy: texts and lists are shared. A null value: there is none.
-struct KLDecisionContext {
-  KLValue eventName;       ///< name of the event that was decided about
-  KLValue trackId;         ///< its "track_id"
-  KLValue hostTrackId;     ///< its "_track_id"
+struct KALEO_API KLDecisionContext {
+  double time = 0;         ///< when they were made, in seconds since 1970; 0: now
+  KLValue event;           ///< the record of the event that was decided about, as the host made it
   KLValue lastCampaignId;  ///< where a quiet period after any popup refused: the plan whose popup it follows, a text
   KLValue displayTimes;    ///< where a global limit refused: when popups were shown, an array in seconds since 1970
+
+  /// Name of the event; "" when there is no event.
+  std::string eventName() const;
 };
 
 /// A decision about a plan, in plain numbers: what its record says, before the record is built. Cheap to make and to copy, and a

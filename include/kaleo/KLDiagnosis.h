@@ -48,8 +48,9 @@ class KALEO_API KLDiagnosis {
   virtual bool wantsBatches() const { return false; }
   /// Decisions about plans, in the order in which they were made: all those about one event, or about the plans of one
   /// configuration; just one where batches are not wanted. Gives each to `addContent` unless overridden. Other records come through
-  /// `addContent` in any case. Lifetime: both are lent for the call; copies of the elements stay good.
-  virtual void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions);
+  /// `addContent` in any case. Lifetime: the context may be moved from, the decisions are lent for the call; copies of both stay
+  /// good.
+  virtual void addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions);
   /// Decides by the configuration's condition whether and what to upload; null: the configuration had none.
   virtual void flushWithCondition(const KLValue* condition) = 0;
   virtual void saveJourneyId(const std::string& journeyId, const std::string& userId, const std::string& entityId) = 0;

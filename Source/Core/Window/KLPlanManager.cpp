@@ -15,8 +15,8 @@ void KLPlanManager::setPopupConfig(std::shared_ptr<const KLPopupConfig> config) 
 
 void KLPlanManager::filterPlansAndEvents() {
   surroundings_.log.info("Filter events and plans");
-  const KLDecisionBatch decisions(surroundings_.diagnosis);
   const double now = surroundings_.time.clock.now();
+  const KLDecisionBatch decisions(surroundings_.diagnosis, now, nullptr);
   Plans runnable;
   neededEvents_.clear();
   neededEventSet_.clear();
@@ -78,7 +78,6 @@ void KLPlanManager::indexPlans() {
     KLMatcherTable::Patterns patterns;
     for (const auto& plan : listeners.plans) patterns.push_back(&plan->planModel().patternPopup);
     listeners.matchers = KLMatcherTable(event, patterns);
-    listeners.eventName = event;
   }
 }
 

@@ -44,7 +44,6 @@ class KLPlanManager {
   const Plans& sortedPlans() const { return sortedPlans_; }
   /// The plans among them that listen to an event of one name, in the same order, with the table of their matchers.
   struct Listeners {
-    KLValue eventName;  ///< a text, which decisions about such an event share
     Plans plans;
     KLMatcherTable matchers;
   };

@@ -65,7 +65,8 @@ void KLPopupPlan::restoreWindows(const KaleoDataStore::PlanWindows& stored) {
 }
 
 bool KLPopupPlan::patternMatchWithEvent(const KLValue& event) {
-  const KLDecisionBatch decisions(surroundings_.diagnosis, &event);
+  KLValue record = event;
+  const KLDecisionBatch decisions(surroundings_.diagnosis, surroundings_.time.clock.now(), &record);
   return matchPattern(event, KLEventName(event).text(), [&](std::size_t matcher) {
     return planModel_->patternPopup.matcherList[matcher].isMatchedEvent(event, surroundings_.time.calendar);
   });

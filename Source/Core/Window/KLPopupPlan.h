@@ -64,6 +64,12 @@ class KLPopupPlan {
   bool patternMatchWithEvent(const KLValue& event);
   /// The same by a table that has turned to the event and holds this plan's pattern at place `plan`.
   bool patternMatchWithEvent(const KLValue& event, KLMatcherTable& table, std::size_t plan);
+  /// Has the processor fetch the windows that a match will look at, while other checks keep it busy.
+  void prefetchTriggerWindows() const {
+    if (triggerWindows_.empty()) return;
+    __builtin_prefetch(&*triggerWindows_.begin());
+    __builtin_prefetch(&triggerWindows_.begin()->second.endTime);
+  }
   /// Whether the plan's display times, if it has any, allow a popup now.
   bool isInDisplayCycle();
   /// Whether the host's store has a result that says that the convert window's popup converted; false without such a window.

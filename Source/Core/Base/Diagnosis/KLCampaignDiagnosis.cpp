@@ -4,11 +4,11 @@
 
 #include <atomic>
 #include <filesystem>
-#include <mutex>
 #include <utility>
 
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
 #include "Core/Base/Diagnosis/KLDiagnosisUpload.h"
+#include "Core/Base/Diagnosis/KLDoubleBuffer.h"
 #include "Core/Base/Diagnosis/KLWaitingRecords.h"
 #include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
@@ -49,17 +49,21 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
 
   void setExpiration(double seconds) { expiration_ = seconds; }
 
-  void add(const KLDecisionContext& context, std::span<const KLDecision> decisions) {
-    takeIn(decisions.size(), [&](std::int64_t time) { waiting_.add(time, user_, context, decisions); });
+  void add(KLDecisionContext&& context, std::span<const KLDecision> decisions) {
+    const double time = context.time != 0 ? context.time : clock_.now();
+    takeIn(decisions.size(), [&](KLWaitingRecords& list) { list.add(time, std::move(context), decisions); });
   }
 
   void add(const KLValue& content, const std::string& planId, KLDiagnosisState state, KLDiagnosisType type) {
-    takeIn(1, [&](std::int64_t time) { waiting_.add({time, user_, planId, state, type, content}); });
+    const std::int64_t time = KLMilliseconds(clock_.now());
+    takeIn(1, [&](KLWaitingRecords& list) { list.add({time, nullptr, planId, state, type, content}); });
   }
 
-  void setUser(std::shared_ptr<const KLDiagnosisUser> user) {
-    const std::lock_guard lock(mutex_);
-    user_ = std::move(user);
+  void setUser(KLDiagnosisUser user) {
+    waiting_.fill([&](Waiting& waiting) {
+      waiting.list.add(std::make_shared<const KLDiagnosisUser>(std::move(user)));
+      return true;
+    });
   }
 
   /// Runs `work` on the queue, after the records of before have been written.
@@ -86,46 +90,65 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   /// Whom records are about until the first configuration comes: the host's user, as far as it is known from earlier runs.
   void findUser() {
     const std::string distinctId = bridge_.distinctId().value_or("");
-    auto user = std::make_shared<const KLDiagnosisUser>(KLDiagnosisUser{database_.userIdWithDistinctId(distinctId), distinctId});
-    const std::lock_guard lock(mutex_);
-    if (!user_) user_ = user;
-    waiting_.setMissingUser(user);
+    user_ = std::make_shared<const KLDiagnosisUser>(KLDiagnosisUser{database_.userIdWithDistinctId(distinctId), distinctId});
   }
 
-  void writeWaiting() {
-    std::size_t dropped = 0;
-    {
-      const std::lock_guard lock(mutex_);
-      std::swap(waiting_, writing_);
-      dropped = std::exchange(dropped_, 0);
-    }
-    if (dropped > 0) log_.error("Too many diagnosis records wait for the disk, {} were dropped", dropped);
-    if (writing_.size() > 0) {
-      auto records = writing_.records();
-      writing_.clear();
-      leaveOutKnownConfigurations(records);
-      if (!database_.append(records, bridge_.project())) log_.error("{} diagnosis records were dropped", records.size());
-    }
-    sweep();
-  }
+  void writeWaiting() { writeWhatCame(); }
 
  private:
-  /// Lets `add` put `count` records of now on the list, if there is room.
+  struct Waiting {
+    KLWaitingRecords list;
+    std::size_t dropped = 0;
+  };
+
+  /// Lets `add` put `count` records on the list, if there is room.
   template <class Add>
   void takeIn(std::size_t count, Add&& add) {
-    const std::int64_t time = KLMilliseconds(clock_.now());
-    std::size_t before = 0;
-    {
-      const std::lock_guard lock(mutex_);
-      before = waiting_.size();
-      if (before + count > kMaxWaiting) {
-        dropped_ += count;
-        return;
+    bool mustArm = false;
+    const std::size_t before = waiting_.fill([&](Waiting& waiting) {
+      const std::size_t size = waiting.list.size();
+      if (size + count > kMaxWaiting) {
+        waiting.dropped += count;
+      } else {
+        add(waiting.list);
       }
-      add(time);
-    }
-    if (before == 0) queue_->asyncAfter(kWriteDelay, task(&State::writeWaiting));
+      mustArm = !isArmed_.load(std::memory_order_relaxed);
+      return size;
+    });
+    if (mustArm) arm();
     if (before < kBatch && before + count >= kBatch) queue_->async(task(&State::writeWaiting));
+  }
+
+  void arm() {
+    isArmed_.store(true, std::memory_order_relaxed);
+    queue_->asyncAfter(kWriteDelay, task(&State::writeRegularly));
+  }
+
+  /// Comes back as long as there is something to write, so that those who record seldom have to see to it. What comes while it
+  /// decides to stay away is either found by its last look or finds that nobody is coming.
+  void writeRegularly() {
+    if (writeWhatCame()) return arm();
+    isArmed_.store(false, std::memory_order_relaxed);
+    writeWhatCame();
+  }
+
+  /// False: nothing had come.
+  bool writeWhatCame() {
+    Waiting& waiting = waiting_.take();
+    const std::size_t dropped = std::exchange(waiting.dropped, 0);
+    const bool isIdle = waiting.list.empty() && dropped == 0;
+    if (dropped > 0) log_.error("Too many diagnosis records wait for the disk, {} were dropped", dropped);
+    if (!waiting.list.empty()) write(waiting.list);
+    sweep();
+    return !isIdle;
+  }
+
+  void write(KLWaitingRecords& list) {
+    auto records = list.records(user_);
+    list.clear();
+    if (records.empty()) return;
+    leaveOutKnownConfigurations(records);
+    if (!database_.append(records, bridge_.project())) log_.error("{} diagnosis records were dropped", records.size());
   }
 
   KLQueue::Task task(void (State::*member)()) {
@@ -161,11 +184,11 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   const KLLog log_;
   const NBBridge bridge_;
   std::atomic<double> expiration_{kDefaultExpiration};
-  std::mutex mutex_;
-  KLWaitingRecords waiting_;                     ///< guarded by mutex_
-  std::shared_ptr<const KLDiagnosisUser> user_;  ///< guarded by mutex_; null until the queue has found it
-  std::size_t dropped_ = 0;                      ///< guarded by mutex_
-  KLWaitingRecords writing_;                     ///< the queue's; empty but for its memory, which it lends to waiting_
+  KLDoubleBuffer<Waiting> waiting_;
+  /// Whether writeRegularly is on its way. Its changes are ordered by those of waiting_: one is told apart inside `fill`, the other
+  /// comes before a `take`.
+  std::atomic<bool> isArmed_{false};
+  KLWaitingRecords::User user_;  ///< the queue's: whom what comes next is about
   std::optional<double> lastSweep_;
   KLValue lastConfiguration_;
   KLAESCrypt encryptor_;
@@ -200,8 +223,8 @@ void KLCampaignDiagnosis::addContent(const KLValue& content, const std::string& 
   state_->add(content, entityId, state, type);
 }
 
-void KLCampaignDiagnosis::addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) {
-  state_->add(context, decisions);
+void KLCampaignDiagnosis::addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) {
+  state_->add(std::move(context), decisions);
 }
 
 void KLCampaignDiagnosis::addOutcome(const KLPopupOutcome& outcome) {
@@ -217,7 +240,7 @@ void KLCampaignDiagnosis::saveJourneyId(const std::string& journeyId, const std:
 }
 
 void KLCampaignDiagnosis::saveUserId(const std::string& userId, const std::string& distinctId) {
-  state_->setUser(std::make_shared<const KLDiagnosisUser>(KLDiagnosisUser{userId, distinctId}));
+  state_->setUser({userId, distinctId});
   state_->later([=](State& state) { state.database().saveUserId(userId, distinctId); });
 }
 

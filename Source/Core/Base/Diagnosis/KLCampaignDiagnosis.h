@@ -9,10 +9,10 @@ namespace kaleo {
 
 /// The recorder of decisions that keeps them in the database "QuillonDiagnosticJourneys" and uploads what the server asks for.
 ///
-/// The decisions about an event cost their caller a look at the clock and a copy of their numbers; a queue of its own builds the
-/// records and writes them once a second, or sooner when they are many, in one transaction. When more waits than a disk at a
-/// standstill lets through, records are dropped and counted in the log. The records of an orderly end are written. Threads: any,
-/// but the destructor not on the recorder's queue. Lifetime: borrows the surroundings.
+/// The decisions about an event cost their caller a copy of their numbers, and never a wait; a queue of its own builds the records
+/// and writes them once a second, or sooner when they are many, in one transaction. When more waits than a disk at a standstill
+/// lets through, records are dropped and counted in the log. The records of an orderly end are written. Threads: as KLDiagnosis
+/// says, the destructor not on the recorder's queue. Lifetime: borrows the surroundings.
 class KLCampaignDiagnosis final : public KLDiagnosis {
  public:
   static constexpr double kWriteDelay = 1;     ///< seconds from the first record of a batch to its writing
@@ -32,7 +32,7 @@ class KLCampaignDiagnosis final : public KLDiagnosis {
   void addContent(const KLValue& content, KLDiagnosisState state, KLDiagnosisType type) override;
   void addContent(const KLValue& content, const std::string& entityId, KLDiagnosisState state, KLDiagnosisType type) override;
   bool wantsBatches() const override { return true; }
-  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override;
+  void addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) override;
   void flushWithCondition(const KLValue* condition) override;
   void saveJourneyId(const std::string& journeyId, const std::string& userId, const std::string& entityId) override;
   /// From now on records are about this user.

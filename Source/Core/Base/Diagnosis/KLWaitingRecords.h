@@ -1,30 +1,39 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
+#include <variant>
 #include <vector>
 
 #include "Core/Base/Diagnosis/KLDiagnosisRecord.h"
 
 namespace kaleo {
 
-/// Decisions and records that wait to be written, in the order of their coming. Taking a decision in copies its numbers, in
-/// half a cache line mostly, as lists grow long; `records` builds what is written. Threads: one at a time.
+/// What has been recorded and not been written yet, in the order of its coming.
+///
+/// Made for the one that puts things on the list, who has better to do: taking in the decisions about an event copies their
+/// numbers, in half a cache line each mostly, and makes the event's record one more owner. `records` does the rest. Threads: one at
+/// a time.
 class KLWaitingRecords {
  public:
-  /// How many records wait.
+  using User = std::shared_ptr<const KLDiagnosisUser>;
+
+  /// How many records will come of it.
   std::size_t size() const { return size_; }
+  /// Whether there is nothing at all, not even a change of the user.
+  bool empty() const { return groups_.empty(); }
 
-  /// Decisions of one moment about one user, who may be null for now. `time`: milliseconds since 1970.
-  void add(std::int64_t time, const std::shared_ptr<const KLDiagnosisUser>& user, const KLDecisionContext& context,
-           std::span<const KLDecision> decisions);
-  /// A record that is built.
+  /// Decisions that were made at `time`, in seconds since 1970.
+  void add(double time, KLDecisionContext&& context, std::span<const KLDecision> decisions);
+  /// A record that is built, but for its user.
   void add(KLDiagnosisRecord record);
-  /// Whom those are about that came without a user.
-  void setMissingUser(const std::shared_ptr<const KLDiagnosisUser>& user);
+  /// Whom all that follows is about.
+  void add(User user);
 
-  std::vector<KLDiagnosisRecord> records() const;
+  /// Builds what is written. `user`: whom records are about before the first change of the user, and afterwards the last of them.
+  std::vector<KLDiagnosisRecord> records(User& user) const;
   /// Empties the list. Its memory stays for what comes, unless that is much.
   void clear();
 
@@ -34,26 +43,38 @@ class KLWaitingRecords {
     std::int64_t planID;
     double windowStart, windowEnd;
     KLDecision::Kind kind;
-    bool hasNumbers;  ///< the next in numbers_ are its
+    bool hasCounts, hasPriorities;  ///< the next in counts_, in priorities_ are its
   };
-  struct Numbers {
-    std::int64_t count, limit, priority, chosenPlanID, chosenPriority;
+  struct Counts {
+    std::int64_t count, limit;
   };
+  struct Priorities {
+    std::int64_t priority, chosenPlanID, chosenPriority;
+  };
+  /// Of a context, what most of them leave empty.
+  struct Rest {
+    KLValue lastCampaignId, displayTimes;
+  };
+  using Other = std::variant<KLDiagnosisRecord, User>;
 
-  /// What came together: decisions, or one record.
+  /// What came together: decisions, or, when there are none, the next in others_.
   struct Group {
-    std::int64_t time = 0;
-    std::shared_ptr<const KLDiagnosisUser> user = {};
-    KLDecisionContext context = {};
-    std::size_t decisions = 0;  ///< how many are its
-    std::unique_ptr<KLDiagnosisRecord> record = {};
+    double time;
+    KLValue event;
+    std::uint32_t decisions;
+    bool hasRest;  ///< the next in rests_ is its
   };
 
   void add(const KLDecision& decision);
+  void add(Other&& other);
+  KLDecision decisionOf(const Line& line, const Counts*& counts, const Priorities*& priorities) const;
 
   std::vector<Group> groups_;
   std::vector<Line> lines_;  ///< of all groups, one after the other
-  std::vector<Numbers> numbers_;
+  std::vector<Counts> counts_;
+  std::vector<Priorities> priorities_;
+  std::vector<Rest> rests_;
+  std::vector<Other> others_;
   std::size_t size_ = 0;
 };
 

@@ -132,10 +132,10 @@ void KLManager::removeListeners() {
 
 void KLManager::trackEvent(const std::optional<KLValue>& userInfo) {
   if (!userInfo || !mayConcernPlans(*userInfo)) return;
-  triggerQueue_->async([weak = weak_from_this(), record = *userInfo] {
+  triggerQueue_->async([weak = weak_from_this(), record = *userInfo]() mutable {
     const auto self = weak.lock();
     if (!self || self->stopped_) return;
-    if (KLTrigger* const trigger = self->trigger_) return trigger->triggerEvent(record, self->around_.time.clock.now());
+    if (KLTrigger* const trigger = self->trigger_) return trigger->triggerEvent(std::move(record), self->around_.time.clock.now());
     KLTrigger::shouldHandleEvent(KLEventName(record), nullptr, self->around_.log);  // before the start: only its log lines
   });
 }

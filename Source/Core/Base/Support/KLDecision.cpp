@@ -50,6 +50,10 @@ void setUnlessNull(KLObject& content, const char* key, const KLValue& value) {
   if (!value.isNull()) content.set(key, value);
 }
 
+void setFromEvent(KLObject& content, const char* key, const KLValue& event) {
+  if (const KLValue* const value = event.find(key)) setUnlessNull(content, key, *value);
+}
+
 void addComparedValues(KLObject& content, const KLDecision& decision, const KLDecisionContext& context) {
   switch (decision.kind) {
     case Kind::GlobalInterval:
@@ -60,8 +64,8 @@ void addComparedValues(KLObject& content, const KLDecision& decision, const KLDe
       content.set("last_campaign_start_time", KLMilliseconds(decision.windowStart));
       break;
     case Kind::PropertiesCheck:
-      setUnlessNull(content, "track_id", context.trackId);
-      setUnlessNull(content, "_track_id", context.hostTrackId);
+      setFromEvent(content, "track_id", context.event);
+      setFromEvent(content, "_track_id", context.event);
       break;
     case Kind::TriggerCount:
       content.set("current_count", decision.count);
@@ -89,6 +93,8 @@ void addComparedValues(KLObject& content, const KLDecision& decision, const KLDe
 
 }  // namespace
 
+std::string KLDecisionContext::eventName() const { return quillon_stringValue(event.find("event")).value_or(""); }
+
 KLDiagnosisState KLDecision::state() const { return formOf(kind).state; }
 
 KLDiagnosisType KLDecision::type() const {
@@ -107,7 +113,7 @@ KLValue KLDecision::content(const KLDecisionContext& context) const {
   return content;
 }
 
-void KLDiagnosis::addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) {
+void KLDiagnosis::addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) {
   for (const KLDecision& decision : decisions) {
     addContent(decision.content(context), std::to_string(decision.planID), decision.state(), decision.type());
   }

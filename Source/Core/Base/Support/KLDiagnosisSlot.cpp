@@ -8,11 +8,6 @@ namespace {
 /// Decisions for which there is room from the start.
 constexpr std::size_t kReserved = 64;
 
-KLValue memberOf(const KLValue& event, std::string_view key) {
-  const KLValue* const member = event.find(key);
-  return member ? *member : KLValue();
-}
-
 }  // namespace
 
 void KLDiagnosisSlot::set(std::shared_ptr<KLDiagnosis> recorder) {
@@ -22,26 +17,28 @@ void KLDiagnosisSlot::set(std::shared_ptr<KLDiagnosis> recorder) {
   recorder_.store(owner_.get(), std::memory_order_release);
 }
 
-void KLDiagnosisSlot::open(const KLValue* event, const KLValue* eventName) {
+void KLDiagnosisSlot::open(double time, KLValue* event) {
+  time_ = time;
   event_ = event;
-  eventName_ = eventName;
   collects_ = wantsBatches_;
 }
 
 void KLDiagnosisSlot::close() {
+  if (!decisions_.empty() && event_) handOver(std::move(*event_));
   handOver();
+  time_ = 0;
   event_ = nullptr;
   collects_ = false;
 }
 
 void KLDiagnosisSlot::handOver() {
-  if (decisions_.empty()) return;
-  if (event_) {
-    context_.eventName = eventName_ ? *eventName_ : memberOf(*event_, "event");
-    context_.trackId = memberOf(*event_, "track_id");
-    context_.hostTrackId = memberOf(*event_, "_track_id");
-  }
-  if (KLDiagnosis* const recorder = get()) recorder->addDecisions(context_, decisions_);
+  if (!decisions_.empty()) handOver(event_ ? *event_ : KLValue());
+}
+
+void KLDiagnosisSlot::handOver(KLValue event) {
+  context_.time = time_;
+  context_.event = std::move(event);
+  if (KLDiagnosis* const recorder = get()) recorder->addDecisions(std::move(context_), decisions_);
   decisions_.clear();
   context_ = {};
 }

@@ -30,15 +30,16 @@ class KLDiagnosisSlot {
  private:
   friend class KLDecisionBatch;
 
-  void open(const KLValue* event, const KLValue* eventName);
+  void open(double time, KLValue* event);
   void close();
+  void handOver(KLValue event);
 
   std::shared_ptr<KLDiagnosis> owner_;
   std::atomic<KLDiagnosis*> recorder_{nullptr};
   bool wantsBatches_ = false;
-  bool collects_ = false;           ///< a batch is open, and wanted
-  const KLValue* event_ = nullptr;  ///< the record of the event that is decided about
-  const KLValue* eventName_ = nullptr;
+  bool collects_ = false;     ///< a batch is open, and wanted
+  double time_ = 0;           ///< when what is decided about was looked at, in seconds since 1970
+  KLValue* event_ = nullptr;  ///< the record of the event that is decided about
   KLDecisionContext context_;
   std::vector<KLDecision> decisions_;
 };
@@ -47,10 +48,9 @@ class KLDiagnosisSlot {
 /// Lifetime: borrows what it is given. Batches do not nest.
 class KLDecisionBatch {
  public:
-  /// `event`: its record; null: the decisions are about no event. `eventName`: its name as a text; null: that of the record.
-  explicit KLDecisionBatch(KLDiagnosisSlot& slot, const KLValue* event = nullptr, const KLValue* eventName = nullptr)
-      : slot_(slot.get() ? &slot : nullptr) {
-    if (slot_) slot_->open(event, eventName);
+  /// `now`: seconds since 1970. `event`: its record, which may be moved from at the end; null: the decisions are about no event.
+  KLDecisionBatch(KLDiagnosisSlot& slot, double now, KLValue* event) : slot_(slot.get() ? &slot : nullptr) {
+    if (slot_) slot_->open(now, event);
   }
   ~KLDecisionBatch() {
     if (slot_) slot_->close();

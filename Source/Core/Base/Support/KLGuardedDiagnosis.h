@@ -30,8 +30,8 @@ class KLGuardedDiagnosis final : public KLDiagnosis {
     guard([&] { wants = recorder_->wantsBatches(); });
     return wants;
   }
-  void addDecisions(const KLDecisionContext& context, std::span<const KLDecision> decisions) override {
-    guard([&] { recorder_->addDecisions(context, decisions); });
+  void addDecisions(KLDecisionContext&& context, std::span<const KLDecision> decisions) override {
+    guard([&] { recorder_->addDecisions(std::move(context), decisions); });
   }
   void flushWithCondition(const KLValue* condition) override {
     guard([&] { recorder_->flushWithCondition(condition); });

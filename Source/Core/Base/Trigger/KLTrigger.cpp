@@ -66,7 +66,7 @@ bool KLTrigger::isNeededEvent(std::string_view name) const {
   return published_.neededEvents.contains(name);
 }
 
-void KLTrigger::triggerEvent(const KLValue& record, double triggerTime) {
+void KLTrigger::triggerEvent(KLValue record, double triggerTime) {
   if (stopped_) return;
   triggerTime_ = triggerTime;
   const KLEventName name(record);
@@ -80,25 +80,26 @@ bool KLTrigger::shouldHandleEvent(const KLEventName& name, const KLPlanManager* 
   return false;
 }
 
-void KLTrigger::handleEvent(const KLValue& record, std::string_view name) {
+void KLTrigger::handleEvent(KLValue& record, std::string_view name) {
   triggledPlan_ = nullptr;
   popup_->begin();
   around_.log.info("Start checking all plans process for event {}", name);
   KLPlanManager::Listeners* const listeners = planManager_.listenersForEvent(name);
   if (!listeners) return;
-  const KLDecisionBatch decisions(around_.diagnosis, &record, &listeners->eventName);
-  checkPlans(record, *listeners);
+  const double now = around_.time.clock.now();
+  const KLDecisionBatch decisions(around_.diagnosis, now, &record);
+  checkPlans(record, *listeners, now);
   if (!triggledPlan_ || stopped_) return;
   around_.log.info("Rule check for single plan: {} completed, satisfy the rules, Will execute popup process",
                    triggledPlan_->planModel().planID);
   showPopupForPlan(*triggledPlan_);
 }
 
-void KLTrigger::checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners) {
-  const double now = around_.time.clock.now();
+void KLTrigger::checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners, double now) {
   listeners.matchers.begin(record);
   for (std::size_t i = 0; i < listeners.plans.size(); ++i) {
     const auto& plan = listeners.plans[i];
+    plan->prefetchTriggerWindows();
     if (plan->planModel().isExpired(now)) {
       around_.log.info("Plan with planID: {} is expired", plan->planModel().planID);
       continue;

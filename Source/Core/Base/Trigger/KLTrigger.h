@@ -29,7 +29,7 @@ class KLTrigger {
   KLTrigger& operator=(const KLTrigger&) = delete;
 
   /// Runs an event record through the plans. `triggerTime`: when its turn has come, seconds since 1970.
-  void triggerEvent(const KLValue& record, double triggerTime);
+  void triggerEvent(KLValue record, double triggerTime);
   /// Whether any of the plans (null: there are none) listens to an event of that name. The log hears of the event, and of a no.
   static bool shouldHandleEvent(const KLEventName& name, const KLPlanManager* plans, const KLLog& log);
   /// Installs a configuration. The plans of the one before cannot fire any more.
@@ -57,9 +57,9 @@ class KLTrigger {
   void stop();
 
  private:
-  void handleEvent(const KLValue& record, std::string_view name);
+  void handleEvent(KLValue& record, std::string_view name);
   /// Runs the event through its listeners in serving order; the first that may fire becomes triggledPlan_.
-  void checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners);
+  void checkPlans(const KLValue& record, KLPlanManager::Listeners& listeners, double now);
   /// All checks of one plan, in their order; answers whether it may fire. `place`: the plan's in `matchers`.
   bool satisfiesRules(const KLValue& record, KLPopupPlan& plan, KLMatcherTable& matchers, std::size_t place);
   void inhibit(const KLPopupPlan& plan);

@@ -112,7 +112,7 @@ TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOther
                              KLDecision{.kind = KLDecision::Kind::TriggerCount, .planID = 7, .count = 1, .limit = 2},
                              KLDecision{.kind = KLDecision::Kind::Finished, .planID = -8},
                              KLDecision{.kind = KLDecision::Kind::LowerPriority, .planID = 9, .chosenPlanID = -8}};
-  recorder->addDecisions({.eventName = "Pay", .trackId = 5}, decisions);
+  recorder->addDecisions({.event = KLObject{{"event", "Pay"}, {"track_id", 5}}}, decisions);
   refuse("2");
   write();
   EXPECT_EQ(
@@ -126,12 +126,19 @@ TEST_F(KLCampaignDiagnosisTest, DecisionsComeTogetherAndKeepTheirPlaceAmongOther
           R"(u1|2|3|1||{"message":"not converted"})"}));
   flush(kAll);
   EXPECT_EQ(pages.at(0).find("records")->asArray().at(1).find("event")->asString(), "Pay");
+  // When many events wait, what their records do not need is let go.
+  for (int i = 0; i < 1100; ++i) {
+    recorder->addDecisions({.event = KLObject{{"event", "Pay"}, {"track_id", i}, {"properties", "x"}}},
+                           std::span(decisions).first(1));
+  }
+  write();
+  EXPECT_EQ(rows("SELECT event, json_extract(content, '$.track_id') FROM Journeys ORDER BY id DESC LIMIT 1"), Rows{"Pay|1099"});
   // What does not fit is left out as a whole.
   const std::vector<KLDecision> many(KLCampaignDiagnosis::kMaxWaiting, decisions[0]);
   refuse("3");
   recorder->addDecisions({}, many);
   write();
-  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"7"});
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"1107"});
   EXPECT_THAT(host.log->messages(1), ::testing::Contains("Too many diagnosis records wait for the disk, 50000 were dropped"));
 }
 
@@ -184,9 +191,15 @@ TEST_F(KLCampaignDiagnosisTest, ABatchIsOneTransactionAndTheLastOneIsWrittenAtTh
   for (std::size_t i = 0; i < KLCampaignDiagnosis::kBatch; ++i) refuse("3");
   threads.run();
   EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"2101"});
+  // Nobody comes any more when nothing has come for a while, until something does.
+  threads.advance(2 * KLCampaignDiagnosis::kWriteDelay);
+  EXPECT_TRUE(threads.isIdle());
   refuse("4");
-  recorder.reset();
+  write();
   EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"2102"});
+  refuse("5");
+  recorder.reset();
+  EXPECT_EQ(rows("SELECT count(*) FROM Journeys"), Rows{"2103"});
 }
 
 TEST_F(KLCampaignDiagnosisTest, WhatHasExpiredGoesAndTheNewestOfTooMuchStays) {

@@ -256,12 +256,12 @@ TEST_F(KLTriggerTest, ARecorderOfBatchesIsToldOnceForAnEventWhatStaysAsItWas) {
                           "3: not meet global limit count", "1: not meet global limit count", "4: campaign finished"));
   std::vector<std::string> sizes;
   for (const auto& [context, decisions, contents] : batches->batches) {
-    sizes.push_back(context.eventName.asString() + " " + std::to_string(decisions.size()));
+    sizes.push_back(context.eventName() + " " + std::to_string(decisions.size()));
     for (std::size_t i = 0; i < decisions.size(); ++i) EXPECT_EQ(decisions[i].content(context), contents[i]);
   }
   EXPECT_THAT(sizes, ElementsAre(" 1", "Pay 2", "Pay 2", "Pay 2", "Look 1")) << "the first: the plan that is left out";
   const auto& [context, decisions, contents] = batches->batches[2];
-  EXPECT_EQ(context.trackId, KLValue(7));
+  EXPECT_EQ(*context.event.find("track_id"), KLValue(7));
   EXPECT_EQ(contents[1].find("last_campaign_id")->asString(), "3");
 }
 

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs what is missing, builds and runs all tests:
 #   dev    everything under the address and undefined behaviour sanitizers; the Qt back end on the offscreen platform and under Xvfb;
-#          each fuzz target for a minute
+#          each fuzz target for half a minute
 #   tsan   the threaded parts under the thread sanitizer
 #   no-qt  the core and its tools as on a machine without Qt, the tests that run the whole of them, and hosts built against the
 #          installed copy; the other suites, which know nothing of Qt either way, have run under both sanitizers

@@ -53,11 +53,10 @@ void KLManager::noteOutcome(KLPopupOutcome outcome) {
 }
 
 void KLManager::changePlans(NeededEvents needed, std::function<void(KLManager&)> work) {
-  std::list<NeededEvents> change{std::move(needed)};
-  const auto place = change.begin();
-  {
+  auto place = planChanges_.end();
+  if (!needed || !needed->empty()) {  // no event has to wait for a change that listens to none, such as the end of a user's plans
     std::lock_guard lock(planChangesMutex_);
-    planChanges_.splice(planChanges_.end(), change);
+    place = planChanges_.insert(place, std::move(needed));
   }
   triggerQueue_->async([weak = weak_from_this(), work = std::move(work), place] {
     const auto self = weak.lock();
@@ -68,7 +67,7 @@ void KLManager::changePlans(NeededEvents needed, std::function<void(KLManager&)>
       self->around_.log.error("the plans could not be changed");
     }
     std::lock_guard lock(self->planChangesMutex_);
-    self->planChanges_.erase(place);
+    if (place != self->planChanges_.end()) self->planChanges_.erase(place);
   });
 }
 

@@ -80,16 +80,6 @@ TEST(KLPlanWindow, LiesWhereItsModelSays) {
   }
 }
 
-TEST(KLPlanWindow, ADayIsAsLongAsTheCalendarSays) {
-  FakePlanTime time("Europe/Berlin");
-  time.set("2024-03-31 12:00:00");
-  const KLPlanWindow shortDay = started({"DAY", true, 1}, kForward, time);
-  EXPECT_EQ(shortDay.endTime - shortDay.startTime, 23 * 3600);
-  time.set("2024-10-27 12:00:00");
-  const KLPlanWindow longDay = started({"DAY", true, 1}, kForward, time);
-  EXPECT_EQ(longDay.endTime - longDay.startTime, 25 * 3600);
-}
-
 TEST(KLPlanWindow, ANaturalWindowWithoutPeriodsIsFinishedAtOnce) {
   FakePlanTime time;
   for (const char* unit : {"SECOND", "MINUTE", "HOUR", "YEAR", ""}) {
@@ -98,13 +88,6 @@ TEST(KLPlanWindow, ANaturalWindowWithoutPeriodsIsFinishedAtOnce) {
     EXPECT_EQ(window.endTime, 0) << unit;
     EXPECT_TRUE(window.isFinished(time.clock.now())) << unit;
   }
-}
-
-TEST(KLPlanWindow, EndsOnlyAfterItsLastInstant) {
-  FakePlanTime time;
-  const KLPlanWindow window = started({"MINUTE", false, 30}, kForward, time);
-  EXPECT_FALSE(window.isFinished(window.endTime));
-  EXPECT_TRUE(window.isFinished(window.endTime + 0.001));
 }
 
 TEST(KLPlanWindow, AnUpdateMovesOneEnd) {
@@ -142,16 +125,6 @@ TEST(KLPlanWindow, LongLengthsAreExactAndHugeOnesFinite) {
       }
     }
   }
-}
-
-TEST(KLPlanWindow, OffsetsLeaveOutThePresentPeriodBackward) {
-  KLPlanWindow window;
-  window.timeModel = {"DAY", true, 5};
-  EXPECT_EQ(window.naturalComponentsWithWindowType(kForward), (KLDateComponents{.days = 5}));
-  EXPECT_EQ(window.naturalComponentsWithWindowType(kBackward), (KLDateComponents{.days = -4}));
-  EXPECT_EQ(window.componentsWithWindowType(kBackward), (KLDateComponents{.days = -5}));
-  window.timeModel = {"HOUR", true, 5};
-  EXPECT_EQ(window.dateComponents(), KLDateComponents{});
 }
 
 TEST(KLPlanWindows, ComeBackFromTheirArchives) {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "Core/Base/Network/CountingRandom.h"
 #include "Foundation/KLJSON.h"
 #include "Support/TemporaryDirectory.h"
@@ -102,17 +100,6 @@ TEST_F(KLHttpCryptorTest, KeyMaterialGoesThroughAFileThatIsItsOwnersAlone) {
   EXPECT_NE(cryptor.key(), bytes("0123456789abcdef")) << "the material is this process's own";
   EXPECT_EQ(KLHttpCryptor::loadEncryptInfoAtPath(file), info);
   EXPECT_FALSE(KLHttpCryptor::saveEncryptInfo(info, file / "below")) << "that is no directory";
-}
-
-TEST_F(KLHttpCryptorTest, TheEnvelopeHoldsSaltVectorAndCipherText) {
-  cryptor.setupKeyAndIV();
-  const auto body = cryptor.envelope(bytes("{\"a\":1}"));
-  ASSERT_TRUE(body.has_value());
-  const std::string text(body->begin(), body->end());
-  EXPECT_TRUE(std::regex_match(text, std::regex(R"(\{"payload":"[0-9A-F]{64}[A-Za-z0-9+\/]+=*"\})"))) << text;
-  const std::string payload = KLJSON::parse(text)->find("payload")->asString();
-  EXPECT_EQ(payload.substr(0, 64), KLHexUpper(cryptor.salt()) + KLHexUpper(cryptor.iv()));
-  EXPECT_EQ(cryptor.decryptString(payload.substr(64)), "{\"a\":1}");
 }
 
 }  // namespace

@@ -267,7 +267,8 @@ TEST_F(SimulateTest, TheReportIsOnePageThatNeedsNothingElse) {
 TEST_F(SimulateTest, AReportThatCannotBeWrittenIsSaid) {
   arguments.report = directory / "nowhere" / "report.html";
   EXPECT_EQ(run(config(0, plan(1, "A"))), kCannotSimulate);
-  EXPECT_THAT(err.str(), HasSubstr("report.html cannot be written"));
+  EXPECT_THAT(err.str(), HasSubstr("report.html cannot be written: No such file"));
+  EXPECT_THAT(out.str(), IsEmpty()) << "known before the run";
 }
 
 TEST(SimulationStepTest, DatesAreFoundAtAnyDepthOfTheProperties) {

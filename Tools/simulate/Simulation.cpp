@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cmath>
@@ -29,6 +30,15 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 bool isBlank(std::string_view line) {
   if (line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
   return line.find_first_not_of(" \t\r") == std::string_view::npos;
+}
+
+/// Why nothing can be written to `file`, as far as that shows before the run; "" when something can.
+std::string whyUnwritable(const std::filesystem::path& file) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(file, ignored)) return "it is a directory";
+  const std::filesystem::path folder = file.has_parent_path() ? file.parent_path() : ".";
+  const bool isThere = std::filesystem::exists(file, ignored);
+  return ::access(isThere ? file.c_str() : folder.c_str(), W_OK) == 0 ? "" : std::strerror(errno);
 }
 
 /// One run over an open stream.
@@ -114,7 +124,9 @@ class Run {
     output_.out.flush();
     if (isSignalled()) return interrupt();
     if (!output_.out) return giveUp();
-    if (!arguments_.report.empty() && !writePage()) return fail(fmt::format("{} cannot be written", arguments_.report.string()));
+    if (!arguments_.report.empty() && !writePage()) {
+      return fail(fmt::format("{} cannot be written: {}", arguments_.report.string(), std::strerror(errno)));
+    }
     std::string error;
     if (simulator_ && !simulator_->close()) return fail("the state cannot be written");
     if (simulator_ && !store_.save(error)) return fail(error);
@@ -170,6 +182,9 @@ int simulate(const SimulationArguments& arguments, const SimulationOutput& outpu
   std::error_code ignored;
   if (!arguments.report.empty() && std::filesystem::equivalent(arguments.events, arguments.report, ignored)) {
     return fail(output, fmt::format("--report {} would write over the events themselves", arguments.report.string()));
+  }
+  if (const std::string reason = whyUnwritable(arguments.report); !arguments.report.empty() && !reason.empty()) {
+    return fail(output, fmt::format("{} cannot be written: {}", arguments.report.string(), reason));
   }
   const bool isStandardInput = arguments.events == kStandardInput;
   const KLDescriptor file(isStandardInput ? -1 : ::open(arguments.events.c_str(), O_RDONLY | O_CLOEXEC));

@@ -17,7 +17,7 @@ class SimulationPage {
  public:
   /// The first so many are kept; the page says when there were more. Counts are of all.
   static constexpr std::size_t kMaxDecisions = 20000, kMaxPopups = 5000;
-  /// So many verdicts on single plans are listed, which keeps the page within some ten megabytes.
+  /// So many verdicts on single plans are listed, which keeps the page within some 15 megabytes.
   static constexpr std::size_t kMaxVerdicts = 500000;
 
   /// After the event of input line `line`; `result` carries verdicts and windows.

@@ -152,6 +152,10 @@ TEST(CheckTest, FindsWhatEventsAndConditionsNeverMeet) {
   };
   const std::string at = matcher + "/filter/conditions/0";
   EXPECT_THAT(inCondition(R"({"field": "event.price", "function": "between", "params": ["1", "2"]})"), IsEmpty());
+  std::string values = "\"x\"";
+  for (int i = 0; i < 10'000; ++i) values += ", \"x\"";
+  EXPECT_THAT(inCondition(R"({"field": "a", "function": "equal", "params": [)" + values + "]}"),
+              ElementsAre("beyond-bounds at " + at + "/params"));
   EXPECT_THAT(inCondition(R"({"field": "event.", "function": "isSet"})"), Contains("no-field at " + at + "/field"));
   EXPECT_THAT(inCondition(R"({"field": "a", "function": "startsWith", "params": ["x"]})"),
               Contains("unknown-operator at " + at + "/function"));

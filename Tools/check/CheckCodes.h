@@ -21,6 +21,7 @@ enum class Check : std::uint8_t {
   UnknownKey,
   MisspeltKey,
   WrongKind,
+  BeyondBounds,
   // Plans
   PlanId,
   DuplicatePlan,

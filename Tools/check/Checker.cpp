@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "Core/Model/KLFieldTable.h"
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Core/Utils/KLVersion.h"
 #include "check/KnownKeys.h"
@@ -137,6 +138,10 @@ void Checker::configuration(const At& root, const fs::path& file) {
                      fmt::format("{} should be an array: the library reads no plan.", written(list)));
   }
   const auto plans = list.elements();
+  if (plans.size() > KLParseContext::kMaxPlans) {
+    findings_.report(Check::BeyondBounds, list,
+                     fmt::format("Of these {} plans the first {} are read.", plans.size(), KLParseContext::kMaxPlans));
+  }
   for (const At& plan : plans) {
     checkPlan(plan, now_, findings_);
     if (plan.isObject()) window(plan["popup_window_content"], file);

@@ -8,6 +8,7 @@
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLURL.h"
 #include "check/ActionRules.h"
+#include "check/BoundRules.h"
 #include "check/Colours.h"
 #include "check/FrameRules.h"
 #include "check/KnownKeys.h"
@@ -42,6 +43,7 @@ class LayoutCheck {
     checkKeys(properties, {"maskColor", "maskCloseEnabled", "maskActionId", "maskAction"}, findings_);
     checkColour(properties["maskColor"], findings_);
     element(root, {});
+    checkElementBounds(root, findings_);
     const bool maskCloses = closesByMask(properties);
     checkFrames(layout, findings_);
     if (!maskCloses && !closes_) findings_.report(Check::NoWayOut, layout, "No element and not even the mask closes the popup.");

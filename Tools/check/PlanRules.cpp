@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "Core/Utils/KLJSONSerialization.h"
+#include "check/BoundRules.h"
 #include "check/DisplayRules.h"
 #include "check/EventRules.h"
 #include "check/KnownKeys.h"
@@ -191,6 +192,7 @@ void checkPlan(const At& plan, double now, Findings& findings) {
   checkDisplayTimes(plan["display_time_config"], findings);
   checkWindowUpdate(plan["window_update"], findings);
   checkPageFilter(plan["page_filter"], findings);
+  checkPlanBounds(plan, findings);
 }
 
 void checkLimitsAgainst(const std::vector<At>& plans, const At& limits, Findings& findings) {

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "Core/Window/KLPlanManager.h"
-#include "Library.h"
+#include "Support/StoreParts.h"
 #include "Workload.h"
 
 // The store: windows saved until they are durable, all windows of a user loaded, and a start with stored plans. All on one thread,
@@ -41,10 +41,12 @@ std::array<KLBytes, 4> windowData(const KLPlanTime& time) {
 }
 
 /// A store with the four windows of `plans` plans, and what it stands on.
-class Stored {
+class Stored : private testing::StoreParts {
  public:
   Stored(std::size_t plans, bool encrypted) {
-    registry_.registerNBStoreManager(std::make_shared<testing::MemoryStore>(encrypted));
+    host.registry.registerNBLog(nullptr);  // the store alone
+    host.registry.registerNimbraSDK(nullptr);
+    if (encrypted) usePlugin();
     open();
     for (std::size_t i = 0; i < plans; ++i) {
       for (std::size_t kind = 0; kind < 4; ++kind) store_->saveWindowData(data_[kind], static_cast<Name>(kind), kUser, planOf(i));
@@ -56,32 +58,21 @@ class Stored {
 
   void open() {
     store_.reset();
-    store_ = std::make_unique<KaleoDataStore>(
-        KLDataStoreSurroundings{threads_, log_, clock_, random_, bridge_, hostStore_, diagnosis_, file_, directory_ / "key"});
+    store_ = std::make_unique<KaleoDataStore>(storeSurroundings());
   }
 
   KaleoDataStore& store() { return *store_; }
   const KLBytes& data() const { return data_.front(); }
-  const std::filesystem::path& file() const { return file_; }
-  const KLLog& log() const { return log_; }
-  KLPopupPlanSurroundings planSurroundings() { return {log_, *store_, diagnosis_, hostStore_, time_, user_}; }
+  const std::filesystem::path& databaseFile() const { return file; }
+  std::shared_ptr<KLPopupConfig> parse(const KLValue& answer) const { return KLPopupConfig::fromResponseData(&answer, log); }
+  KLPopupPlanSurroundings planSurroundings() { return {log, *store_, diagnosis, hostStore, time_, user_}; }
   KLCurrentUser& user() { return user_; }
 
  private:
-  TemporaryDirectory directory_;
-  const std::filesystem::path file_ = directory_ / "Kaleo_Popup.sqlite";
-  testing::ManualThreading threads_;
-  testing::ManualThreading::Clock clock_{threads_};
-  KLHostRegistry registry_;
-  KLLog log_{registry_};
-  NBBridge bridge_{registry_, log_};
-  KLStoreManager hostStore_{registry_};
   KLCalendar monday_{"UTC", KLWeekday::Monday};
   KLCalendar sunday_{"UTC", KLWeekday::Sunday};
-  KLPlanTime time_{clock_, monday_, sunday_};
-  KLSystemRandom random_;
+  KLPlanTime time_{clock, monday_, sunday_};
   KLCurrentUser user_;
-  KLDiagnosisSlot diagnosis_;
   const std::array<KLBytes, 4> data_ = windowData(time_);
   std::unique_ptr<KaleoDataStore> store_;
 };
@@ -90,7 +81,7 @@ class Stored {
 class Raw {
  public:
   explicit Raw(std::size_t plans) : stored_(plans, false) {
-    run(sqlite3_open(stored_.file().c_str(), &handle_));
+    run(sqlite3_open(stored_.databaseFile().c_str(), &handle_));
     run("PRAGMA synchronous=EXTRA");
     run("PRAGMA journal_mode=WAL");
     prepare("UPDATE PlanWindows SET trigger_windows = ?, update_time = ? WHERE user_id = ? AND plan_id = ? AND project = ?",
@@ -194,8 +185,7 @@ void storeLoads(benchmark::State& state, bool encrypted) {
 void coldStart(benchmark::State& state, bool encrypted) {
   constexpr std::size_t plans = 1000;
   Stored stored(plans, encrypted);
-  const KLValue stored1000 = answer(plans);
-  stored.store().savePopupConfig(KLPopupConfig::fromResponseData(&stored1000, stored.log()), std::string(kUser));
+  stored.store().savePopupConfig(stored.parse(answer(plans)), std::string(kUser));
   for (auto _ : state) {
     stored.open();
     stored.store().migrate();

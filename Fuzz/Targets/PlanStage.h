@@ -38,7 +38,7 @@ class PlanStage : private testing::CoreParts {
 
   NoReachability reachability_;
   KLConfigOptions options_{"http://server", host.registry};
-  KaleoDataStore store_{{threads, log, clock, random, bridge, hostStore, diagnosis, directory / "store.sqlite", directory / "key"}};
+  KaleoDataStore store_{storeSurroundings()};
   std::shared_ptr<KLQueue> queue_ = threads.makeSerialQueue("TriggerQueue");
   KLTrigger trigger_{{threads, queue_, notifications, bridge, hostStore, log, store_, diagnosis, time, user, random, network,
                       [] { return "http://server"; }, [this] { return show(); }}};

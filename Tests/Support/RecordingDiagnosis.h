@@ -36,7 +36,7 @@ class RecordingDiagnosis : public KLDiagnosis {
   void flushWithCondition(const KLValue*) override { ++flushes; }
   void saveJourneyId(const std::string&, const std::string&, const std::string&) override {}
   void saveUserId(const std::string& userId, const std::string& distinctId) override { users.emplace_back(userId, distinctId); }
-  void verifyDatabaseFile(const std::string&) override {}
+  void verifyDatabaseFile(const std::string& file) override { databaseFiles.push_back(file); }
   void addOutcome(const KLPopupOutcome& outcome) override {
     outcomes.push_back(outcome.planID + ": " + outcome.content().find("message")->asString());
   }
@@ -60,6 +60,7 @@ class RecordingDiagnosis : public KLDiagnosis {
   int diagnostors = 0, flushes = 0;
   std::vector<std::pair<std::string, std::string>> users;
   std::vector<std::string> outcomes;  ///< "plan: message"
+  std::vector<std::string> databaseFiles;
 
  private:
   void add(Record record) {

@@ -12,13 +12,9 @@
 #include <sstream>
 #include <thread>
 
-#include "Core/DataStore/KaleoDataStore.h"
 #include "Foundation/KLJSON.h"
-#include "Foundation/KLSystem.h"
-#include "Support/FakeHost.h"
-#include "Support/ManualThreading.h"
 #include "Support/SQLFile.h"
-#include "Support/TemporaryDirectory.h"
+#include "Support/StoreParts.h"
 #include "inspect/HoldingBack.h"
 #include "text/TimeText.h"
 
@@ -26,8 +22,6 @@ namespace kaleo::tools {
 namespace {
 
 using kaleo::testing::FakeHost;
-using kaleo::testing::ManualThreading;
-using kaleo::testing::MemoryStore;
 using kaleo::testing::SQLFile;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -73,7 +67,7 @@ const char* const kConfiguration = R"({"user_id":"u1","config_pull_interval_ms":
      "re_enter":{"unit":"DAY","value":1,"limit":9},
      "pattern_popup":{"matcher_list":[{"event_name":"Buy","params":["3"],"window":{"unit":"DAY","value":1}}]}}]})";
 
-class InspectTest : public ::testing::Test {
+class InspectTest : public ::testing::Test, protected kaleo::testing::StoreParts {
  protected:
   InspectTest() {
     arguments.file = file;
@@ -81,10 +75,9 @@ class InspectTest : public ::testing::Test {
   }
 
   /// A store as the library has it, encrypted when the host has a store plugin.
-  std::unique_ptr<KaleoDataStore> makeStore(bool encrypted) {
-    host.registry.registerNBStoreManager(std::make_shared<MemoryStore>(encrypted));
-    return std::make_unique<KaleoDataStore>(
-        KLDataStoreSurroundings{threads, log, clock, random, bridge, hostStore, diagnosis, file, keyFile});
+  std::unique_ptr<KaleoDataStore> makeStore(bool encrypted = false) {
+    if (encrypted) usePlugin();
+    return std::make_unique<KaleoDataStore>(storeSurroundings());
   }
 
   /// A user with a window of each kind.
@@ -116,22 +109,12 @@ class InspectTest : public ::testing::Test {
     return KLJSON::parse(out.str()).value_or(KLValue());
   }
 
-  TemporaryDirectory directory;
-  const fs::path file = directory / "Kaleo_Popup.sqlite", keyFile = directory / "org.kaleo.KLAES";
-  FakeHost host;
-  ManualThreading threads;
-  ManualThreading::Clock clock{threads};
-  KLLog log{host.registry};
-  NBBridge bridge{host.registry, log};
-  KLStoreManager hostStore{host.registry};
-  KLSystemRandom random;
-  KLDiagnosisSlot diagnosis;
   ReadingArguments arguments;
   std::ostringstream out, err;
 };
 
 TEST_F(InspectTest, TablesSayWhatIsStoredAndWhatHoldsEachPlanBack) {
-  fill(*makeStore(false));
+  fill(*makeStore());
   EXPECT_EQ(run(), kRead) << err.str();
   EXPECT_EQ(out.str(), R"(Kaleo_Popup.sqlite: 1 user, not encrypted, schema version 0. Read at 2023-11-14 22:13:20 +00:00.
 Note: No Kaleo_Popup.sqlite-wal lies beside it. If the application was running when the file was copied, its latest changes are missing here.
@@ -183,7 +166,7 @@ TEST_F(InspectTest, AnEncryptedFileNeedsItsKey) {
 }
 
 TEST_F(InspectTest, TheDocumentHoldsWhatTheTablesHold) {
-  fill(*makeStore(false));
+  fill(*makeStore());
   const KLValue found = document();
   const KLValue& user = found.find("users")->asArray().at(0);
   EXPECT_EQ(user.find("user_id")->asString(), "u1");
@@ -198,7 +181,7 @@ TEST_F(InspectTest, TheDocumentHoldsWhatTheTablesHold) {
 }
 
 TEST_F(InspectTest, NothingBesideTheFileIsTouchedWhileTheApplicationRuns) {
-  const auto store = makeStore(false);
+  const auto store = makeStore();
   fill(*store);
   ASSERT_GT(fs::file_size(file.string() + "-wal"), 0u);
   const auto before = filesOf(directory.path());
@@ -215,7 +198,7 @@ TEST_F(InspectTest, NothingBesideTheFileIsTouchedWhileTheApplicationRuns) {
 }
 
 TEST_F(InspectTest, ALockedFileIsReadAllTheSame) {
-  fill(*makeStore(false));
+  fill(*makeStore());
   SQLFile holder(file);
   holder.run("PRAGMA locking_mode=EXCLUSIVE; BEGIN EXCLUSIVE; DELETE FROM Users");
   const auto before = filesOf(directory.path());
@@ -273,7 +256,7 @@ TEST_F(InspectTest, FilesOfEarlierReleasesAreRead) {
 
 TEST_F(InspectTest, AFileThatIsNoneOfOursIsNamedInPlainWords) {
   const fs::path closed = directory / "closed.sqlite", foreign = directory / "foreign.sqlite", cut = directory / "cut.sqlite";
-  fill(*makeStore(false));
+  fill(*makeStore());
   SQLFile(foreign).run("CREATE TABLE Songs (title)");
   write(closed, contentsOf(file));
   write(cut, contentsOf(file).substr(0, 100));
@@ -308,7 +291,7 @@ TEST_F(InspectTest, AFileThatIsNoneOfOursIsNamedInPlainWords) {
 }
 
 TEST_F(InspectTest, DamageIsSaidAndSurvived) {
-  fill(*makeStore(false));
+  fill(*makeStore());
   const std::string whole = contentsOf(file);
   std::mt19937 chance(7);
   int damaged = 0;

@@ -7,7 +7,6 @@
 #include "Foundation/KLFile.h"
 #include "Foundation/KLJSON.h"
 #include "Foundation/KLKeyedArchive.h"
-#include "Support/ManualThreading.h"
 #include "Support/SourceDirectory.h"
 
 // What releases have left on disks must open for ever. Each folder of archives/ is named for a release and holds what that one
@@ -149,7 +148,7 @@ class ArchivesTest : public StoreFixture {
 
   void writeDatabase(const fs::path& folder) {
     usePlugin();
-    const auto store = makeStore(threads);
+    const auto store = makeStore();
     store->saveUserId("u1", "d1");
     store->savePopupConfig(kept.config, "u1");
     store->saveGlobalWindowData(kept.globalInterval.archivedData(), "u1", Name::GlobalInterval);
@@ -164,7 +163,6 @@ class ArchivesTest : public StoreFixture {
   }
 
   const Kept kept;
-  ManualThreading threads;
 };
 
 TEST_F(ArchivesTest, EveryReleasesArchivesOpen) {
@@ -187,7 +185,7 @@ TEST_F(ArchivesTest, EveryReleasesDatabaseOpensWithItsKey) {
   for (const fs::path& release : releases()) {
     fs::copy_file(release / file.filename(), file, fs::copy_options::overwrite_existing);
     fs::copy_file(release / keyFile.filename(), keyFile, fs::copy_options::overwrite_existing);
-    const auto store = makeStore(threads);
+    const auto store = makeStore();
     store->migrate();
     EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1");
     expectWindows(*store, "u1");
@@ -197,7 +195,7 @@ TEST_F(ArchivesTest, EveryReleasesDatabaseOpensWithItsKey) {
 class FirstReleaseTest : public ArchivesTest, public ::testing::WithParamInterface<bool> {
  protected:
   void start(const fs::path& release) {
-    store = makeStore(threads);
+    store = makeStore();
     KLDataMigrateHelper(
         {log, *store, hostStore, bridge, diagnosis, time, currentUser, KLUserDefaults(release / "UserDefaults"), directory.path()})
         .migrate();

@@ -1,10 +1,9 @@
 #include "Core/DataStore/Migration/KLDataMigrateHelper.h"
 
-#include "Core/DataStore/DatabaseFixture.h"
+#include "Core/DataStore/StoreFixture.h"
 #include "Core/Model/KLPlanWindows.h"
 #include "Foundation/KLFile.h"
 #include "Foundation/KLJSON.h"
-#include "Support/ManualThreading.h"
 
 namespace kaleo::testing {
 namespace {
@@ -21,12 +20,9 @@ constexpr const char* kConfiguration = R"({
   ]
 })";
 
-class KLDataMigrateHelperTest : public DatabaseFixture {
+class KLDataMigrateHelperTest : public StoreFixture {
  protected:
-  KLDataMigrateHelperTest() {
-    host.nimbra->setIdentity("d1");
-    host.registry.registerNBStoreManager(plainHostStore);
-  }
+  KLDataMigrateHelperTest() { host.nimbra->setIdentity("d1"); }
 
   void writeOldConfiguration() {
     const KLValue data = *KLJSON::parse(std::string_view(kConfiguration));
@@ -40,10 +36,9 @@ class KLDataMigrateHelperTest : public DatabaseFixture {
     return window;
   }
 
-  void makeStore() {
+  void openStore() {
     store.reset();
-    store = std::make_unique<KaleoDataStore>(
-        KLDataStoreSurroundings{threading, log, clock, random, bridge, hostStore, diagnosis, file, directory / "key"});
+    store = makeStore();
   }
 
   void migrate(const std::filesystem::path& from) {
@@ -51,13 +46,7 @@ class KLDataMigrateHelperTest : public DatabaseFixture {
     store->flush();
   }
 
-  Rows rows(const std::string& sql) { return SQLFile(file).rows(sql); }
-
   const std::filesystem::path documents = directory.path();
-  const std::shared_ptr<MemoryStore> plainHostStore = std::make_shared<MemoryStore>();
-  ManualThreading threading;
-  KLStoreManager hostStore{host.registry};
-  KLDiagnosisSlot diagnosis;
   KLCalendar monday{"UTC", KLWeekday::Monday};
   KLCalendar sunday{"UTC", KLWeekday::Sunday};
   KLPlanTime time{clock, monday, sunday};
@@ -67,7 +56,7 @@ class KLDataMigrateHelperTest : public DatabaseFixture {
 };
 
 TEST_F(KLDataMigrateHelperTest, AFreshInstallationOnlyMapsItsUser) {
-  makeStore();
+  openStore();
   migrate(documents);
   EXPECT_EQ(rows("SELECT distinct_id, user_id FROM Users"), Rows{"d1|d1"});
   EXPECT_EQ(rows("SELECT 1 FROM PopupConfig UNION ALL SELECT 1 FROM PlanWindows"), Rows{});
@@ -76,7 +65,7 @@ TEST_F(KLDataMigrateHelperTest, AFreshInstallationOnlyMapsItsUser) {
   store->saveUserId("u1", "d1");
   migrate(documents);  // once
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1");
-  plainHostStore->removeObjectForKey("kKLDataMigrateKey");
+  host.store->removeObjectForKey("kKLDataMigrateKey");
   migrate(documents);
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1") << "a host that forgets must not cost the user what is stored";
 }
@@ -94,7 +83,7 @@ TEST_F(KLDataMigrateHelperTest, OldStateMovesUnderTheDistinctId) {
   defaults.setObject(bytes("no archive"), "TriggerWindow_7_1");
   defaults.setObject(windowWithCount(5).archivedData(), "TriggerWindow_7_2");
   defaults.setObject(windowWithCount(9).archivedData(), "TriggerWindow_7_3");  // there is no such matcher
-  makeStore();
+  openStore();
   migrate(documents);
 
   ASSERT_NE(store->popupConfigWithUserId("d1"), nullptr);
@@ -117,24 +106,13 @@ TEST_F(KLDataMigrateHelperTest, OldStateMovesUnderTheDistinctId) {
   EXPECT_EQ(defaults.dataForKey("ConvertWindow_7"), bytes("convert 7"));
 }
 
-TEST_F(KLDataMigrateHelperTest, WithAPluginTheFileIsMarkedAsEncrypted) {
-  host.registry.registerNBStoreManager(std::make_shared<MemoryStore>(true));
-  writeOldConfiguration();
-  makeStore();
-  migrate(documents);
-  EXPECT_EQ(rows("PRAGMA user_version"), Rows{"2"});
-  EXPECT_EQ(rows("SELECT DISTINCT encryptedStatus FROM PlanWindows"), Rows{"1"});
-  EXPECT_EQ(store->userIdWithDistinctId("d1"), "d1");
-  EXPECT_NE(store->popupConfigWithUserId("d1"), nullptr);
-}
-
 TEST_F(KLDataMigrateHelperTest, LaterStartsUpgradeWhatIsPlain) {
-  makeStore();
+  openStore();
   migrate(documents);
   auto encrypting = std::make_shared<MemoryStore>(true);
   encrypting->setObject(true, "kKLDataMigrateKey");
   host.registry.registerNBStoreManager(encrypting);
-  makeStore();
+  openStore();
   EXPECT_EQ(store->userIdWithDistinctId("d1"), std::nullopt);
   migrate(documents);
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "d1");
@@ -142,7 +120,7 @@ TEST_F(KLDataMigrateHelperTest, LaterStartsUpgradeWhatIsPlain) {
 }
 
 TEST_F(KLDataMigrateHelperTest, WithoutDirectoryOrUserTheMoveWaits) {
-  makeStore();
+  openStore();
   migrate({});
   host.nimbra->setIdentity(std::nullopt);
   migrate(documents);

@@ -13,7 +13,7 @@ class KLDatabaseSchemaTest : public DatabaseFixture {
     return SQLFile(file).value("SELECT group_concat(name, ' ') FROM pragma_table_info('" + table + "')");
   }
   Rows primaryKeys() {
-    return SQLFile(file).rows(
+    return rows(
         "SELECT m.name || '.' || i.name FROM sqlite_master m, pragma_table_info(m.name) i WHERE m.type = 'table' AND i.pk <> 0");
   }
 };
@@ -93,7 +93,7 @@ TEST_F(KLDatabaseSchemaTest, ACopyLeftBehindByACutOffUpgradeIsNotCountedTwice) {
       "CREATE TABLE Users_copy (distinct_id TEXT, user_id TEXT, update_time REAL);"
       "INSERT INTO Users_copy SELECT * FROM Users;");
   openOnce();
-  EXPECT_EQ(SQLFile(file).rows("SELECT distinct_id, user_id FROM Users"), Rows{"d1|u1"});
+  EXPECT_EQ(rows("SELECT distinct_id, user_id FROM Users"), Rows{"d1|u1"});
   EXPECT_EQ(SQLFile(file).value("SELECT count(*) FROM sqlite_master WHERE name = 'Users_copy'"), "0");
 }
 
@@ -101,20 +101,9 @@ TEST_F(KLDatabaseSchemaTest, MissingColumnsAndTablesOfLaterReleasesAreAdded) {
   SQLFile(file).run(std::string(kPlainUsers) + kPlainConfig + "INSERT INTO Users VALUES ('d1', 'u1', 1.5);" +
                     "ALTER TABLE Users ADD encryptedStatus INTEGER NOT NULL DEFAULT (0);");
   openOnce();
-  EXPECT_EQ(SQLFile(file).rows("SELECT * FROM Users"), Rows{"d1|u1|1.5|0|default"});
+  EXPECT_EQ(rows("SELECT * FROM Users"), Rows{"d1|u1|1.5|0|default"});
   EXPECT_EQ(columns("PlanWindows"),
             "user_id plan_id trigger_windows convert_window reEnter_window interval_window update_time encryptedStatus project");
-}
-
-TEST_F(KLDatabaseSchemaTest, HelpersTellOfColumnsAndKeys) {
-  SQLFile(file).run("CREATE TABLE \"It's\" (a TEXT, b TEXT, c TEXT, PRIMARY KEY (a, c))");
-  KaleoDatabase database = makeDatabase();
-  KLDatabaseSchema& schema = database.schema();
-  EXPECT_EQ(schema.columnsInTable("It's"), (std::vector<std::string>{"a", "b", "c"}));
-  EXPECT_EQ(schema.primaryKeysInTable("It's"), (std::vector<std::string>{"a", "c"}));
-  EXPECT_TRUE(schema.columnExists("b", "It's"));
-  EXPECT_FALSE(schema.columnExists("d", "It's"));
-  EXPECT_TRUE(schema.columnsInTable("None").empty());
 }
 
 TEST_F(KLDatabaseSchemaTest, SomethingElseUnderATablesNameIsRefusedWhole) {
@@ -122,7 +111,7 @@ TEST_F(KLDatabaseSchemaTest, SomethingElseUnderATablesNameIsRefusedWhole) {
   KaleoDatabase database = makeDatabase();
   EXPECT_FALSE(database.isTableCreated());
   EXPECT_FALSE(database.saveUserId("u", "d"));
-  EXPECT_EQ(SQLFile(file).rows("SELECT name FROM sqlite_master ORDER BY 1"), (Rows{"Other", "PlanWindows"}));
+  EXPECT_EQ(rows("SELECT name FROM sqlite_master ORDER BY 1"), (Rows{"Other", "PlanWindows"}));
 }
 
 }  // namespace

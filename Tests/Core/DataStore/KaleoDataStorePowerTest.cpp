@@ -3,7 +3,6 @@
 
 #include "Core/DataStore/StoreFixture.h"
 #include "Support/FaultVFS.h"
-#include "Support/ManualThreading.h"
 #include "Support/PowerCutVFS.h"
 
 // The power goes at 1,000 random moments of a few stories of store operations: beginning, growth, checkpoints, wipes, an orderly
@@ -38,11 +37,11 @@ class KaleoDataStorePowerTest : public StoreFixture {
     };
     turns = {Kept()};
     confirmed = 0;
-    store = makeStore(threads, vfs.name());
+    store = makeStore(vfs.name());
     for (int i = 0; i < kTurns; ++i) {
       if (i == kTurns / 2) {
         store.reset();
-        store = makeStore(threads, vfs.name());
+        store = makeStore(vfs.name());
       }
       playTurn();
     }
@@ -89,7 +88,6 @@ class KaleoDataStorePowerTest : public StoreFixture {
   }
 
   std::mt19937 chance{20260101};
-  ManualThreading threads;
   FaultVFS quickDisk;
   std::unique_ptr<KaleoDataStore> store;
   std::vector<Kept> turns;

@@ -22,8 +22,8 @@ class KaleoDataStoreSharingTest : public StoreFixture {
 
   /// A whole run of one of them: begins on a file of the first release or none, writes plans of its own and one of both.
   bool live(const std::string& own) {
-    KLThreadThreading threads;
-    const auto store = makeStore(threads);
+    KLThreadThreading threading;
+    const auto store = makeStore(threading);
     store->migrate();
     bool done = true;
     for (int i = 0; i < kWrites; ++i) {
@@ -47,8 +47,8 @@ class KaleoDataStoreSharingTest : public StoreFixture {
 
   /// That both left what they wrote, readable with the one key, and nothing twice.
   void expectBoth() {
-    KLThreadThreading threads;
-    const auto store = makeStore(threads);
+    KLThreadThreading threading;
+    const auto store = makeStore(threading);
     for (const char* distinctId : {"a", "b"}) EXPECT_EQ(store->userIdWithDistinctId(distinctId), "u");
     const auto windows = store->planWindowsWithUserId("u");
     for (const char* own : {"a", "b"}) {

@@ -8,7 +8,6 @@
 #include "Core/DataStore/StoreFixture.h"
 #include "Foundation/KLFile.h"
 #include "Support/FaultVFS.h"
-#include "Support/ManualThreading.h"
 
 // One story of store operations on a file of the first release, again and again: each time another call of the layer below SQLite
 // fails, or another allocation of SQLite's. Whatever it is, nothing crashes or leaks, every write is made in the end, as each is
@@ -109,7 +108,7 @@ class KaleoDataStoreSweepTest : public StoreFixture {
 
   /// Open, upgrade, load, save, expire.
   void playStory() {
-    const auto store = makeStore(threads, vfs.name());
+    const auto store = makeStore(vfs.name());
     store->migrate();
     store->userIdWithDistinctId("d1");
     store->saveUserId("u2", "d2");
@@ -124,7 +123,7 @@ class KaleoDataStoreSweepTest : public StoreFixture {
   /// What the next start finds, and wipes.
   void expectWhole(int fault) {
     SCOPED_TRACE("fault " + std::to_string(fault));
-    const auto store = makeStore(threads, vfs.name());
+    const auto store = makeStore(vfs.name());
     store->migrate();
     EXPECT_EQ(rows("SELECT user_version, integrity_check, min(encryptedStatus) "
                    "FROM pragma_user_version, pragma_integrity_check, Users"),
@@ -163,7 +162,7 @@ class KaleoDataStoreSweepTest : public StoreFixture {
     const KLBytes image = *KLFile::read(file);
     for (int fault = firstFault; fault <= calls && !HasFailure(); fault += faultStep) {
       layOut(image);
-      const auto store = makeStore(threads, vfs.name());
+      const auto store = makeStore(vfs.name());
       EXPECT_EQ(store->userIdWithDistinctId("d1"), "u1");
       store->deleteAllPlans();
       failAt(fault);
@@ -175,7 +174,6 @@ class KaleoDataStoreSweepTest : public StoreFixture {
 
   const int firstFault;
   const int faultStep;
-  ManualThreading threads;
   FaultVFS vfs;
   KLBytes firstImage;
 };

@@ -1,7 +1,5 @@
 #include "Core/DataStore/KaleoDataStore.h"
 
-#include <gmock/gmock.h>
-
 #include <memory>
 #include <thread>
 
@@ -11,24 +9,13 @@
 #include "Foundation/KLKeyedArchive.h"
 #include "Foundation/KLThreads.h"
 #include "Support/FaultVFS.h"
-#include "Support/ManualThreading.h"
+#include "Support/RecordingDiagnosis.h"
 
 namespace kaleo::testing {
 namespace {
 
 using Name = KLDatabaseProperName;
 using Table = KLDatabaseTable;
-
-struct MockDiagnosis : KLDiagnosis {
-  MOCK_METHOD(void, setDiagnosisExpiration, (double), (override));
-  MOCK_METHOD(void, addDiagnostor, (), (override));
-  MOCK_METHOD(void, addContent, (const KLValue&, KLDiagnosisState, KLDiagnosisType), (override));
-  MOCK_METHOD(void, addContent, (const KLValue&, const std::string&, KLDiagnosisState, KLDiagnosisType), (override));
-  MOCK_METHOD(void, flushWithCondition, (const KLValue*), (override));
-  MOCK_METHOD(void, saveJourneyId, (const std::string&, const std::string&, const std::string&), (override));
-  MOCK_METHOD(void, saveUserId, (const std::string&, const std::string&), (override));
-  MOCK_METHOD(void, verifyDatabaseFile, (const std::string&), (override));
-};
 
 std::shared_ptr<KLPopupConfig> makeConfig(std::int64_t interval) {
   const KLHostRegistry registry;
@@ -77,7 +64,7 @@ TEST_P(KaleoDataStoreAnswersTest, ReadsGiveBackWhatWasWritten) {
   EXPECT_EQ(store->planWindowWithUserId("u1", "7", Name::TriggerWindows), std::nullopt);
   store->correctUserId("u9", "u2", Table::PlanWindows);
   EXPECT_EQ(store->planWindowWithUserId("u9", "8", Name::IntervalWindow), bytes("other"));
-  clock.advance(KaleoDataStore::kExpiredDuration + 1);
+  threads.advance(KaleoDataStore::kExpiredDuration + 1);
   store->saveUserId("u3", "d3");
   store->deleteExpiredData();
   EXPECT_EQ(store->userIdWithDistinctId("d1"), std::nullopt);
@@ -102,13 +89,9 @@ TEST_P(KaleoDataStoreAnswersTest, ConfigTooLargeForAnArchiveIsNotStoredAndTheOne
 
 INSTANTIATE_TEST_SUITE_P(PlainAndEncrypted, KaleoDataStoreAnswersTest, ::testing::Bool());
 
-class KaleoDataStoreTest : public StoreFixture {
- protected:
-  ManualThreading threading;
-};
-
+using KaleoDataStoreTest = StoreFixture;
 TEST_F(KaleoDataStoreTest, WithoutAPluginValuesAreStoredAsTheyAre) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   store->saveWindowData(bytes("W"), Name::ReEnterWindow, "u1", "7");
   store->migrate();
@@ -121,7 +104,7 @@ TEST_F(KaleoDataStoreTest, WithoutAPluginValuesAreStoredAsTheyAre) {
 
 TEST_F(KaleoDataStoreTest, WithAPluginEveryIdAndBlobIsEncrypted) {
   usePlugin();
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   store->saveWindowData(bytes("W"), Name::ReEnterWindow, "u1", "7");
   store->flush();
@@ -134,14 +117,14 @@ TEST_F(KaleoDataStoreTest, WithAPluginEveryIdAndBlobIsEncrypted) {
 }
 
 TEST_F(KaleoDataStoreTest, PlainRowsAreUpgradedWhenAPluginComes) {
-  auto plain = makeStore(threading);
+  auto plain = makeStore();
   plain->saveUserId("u1", "d1");
   plain->savePopupConfig(makeConfig(600), "u1");
   usePlugin();
   plain->migrate();  // decided at its making
   EXPECT_EQ(plain->userIdWithDistinctId("d1"), "u1");
   plain.reset();
-  auto encrypted = makeStore(threading);
+  auto encrypted = makeStore();
   EXPECT_EQ(encrypted->userIdWithDistinctId("d1"), std::nullopt);
   encrypted->migrate();
   EXPECT_EQ(encrypted->userIdWithDistinctId("d1"), "u1");
@@ -154,9 +137,9 @@ TEST_F(KaleoDataStoreTest, PlainRowsAreUpgradedWhenAPluginComes) {
 
 TEST_F(KaleoDataStoreTest, ALostKeyMakesOldValuesUnreadableAndNothingElse) {
   usePlugin();
-  makeStore(threading)->saveUserId("u1", "d1");
+  makeStore()->saveUserId("u1", "d1");
   std::filesystem::remove(keyFile);
-  auto store = makeStore(threading);
+  auto store = makeStore();
   EXPECT_EQ(store->userIdWithDistinctId("d1"), std::nullopt);
   store->saveUserId("u2", "d1");
   EXPECT_EQ(store->userIdWithDistinctId("d1"), "u2");
@@ -164,7 +147,7 @@ TEST_F(KaleoDataStoreTest, ALostKeyMakesOldValuesUnreadableAndNothingElse) {
 
 TEST_F(KaleoDataStoreTest, WhatCannotBeEncryptedIsNotKept) {
   usePlugin();
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("", "d1");
   store->saveUserId("u2", "d2");
   store->saveWindowData(bytes("w"), Name::ConvertWindow, "", "7");
@@ -175,7 +158,7 @@ TEST_F(KaleoDataStoreTest, WhatCannotBeEncryptedIsNotKept) {
 }
 
 TEST_F(KaleoDataStoreTest, DamagedBlobsGiveNoConfiguration) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->savePopupConfig(makeConfig(600), "u1");
   store->flush();
   SQLFile(file).run("UPDATE PopupConfig SET popup_config = x'DEADBEEF'");
@@ -183,18 +166,18 @@ TEST_F(KaleoDataStoreTest, DamagedBlobsGiveNoConfiguration) {
 }
 
 TEST_F(KaleoDataStoreTest, MakingAStoreTouchesNoDiskAndReportsItsPath) {
-  auto recorder = std::make_shared<::testing::StrictMock<MockDiagnosis>>();
-  EXPECT_CALL(*recorder, verifyDatabaseFile(file.string()));
+  const auto recorder = std::make_shared<RecordingDiagnosis>();
   diagnosis.set(recorder);
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   EXPECT_FALSE(std::filesystem::exists(file));
-  threading.run();
+  EXPECT_EQ(recorder->databaseFiles, std::vector{file.string()});
+  threads.run();
   EXPECT_EQ(rows("SELECT user_id FROM Users"), Rows{"u1"});
 }
 
 TEST_F(KaleoDataStoreTest, NothingHappensForAMissingConfigurationOrUser) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->savePopupConfig(nullptr, "u1");
   store->savePopupConfig(makeConfig(600), std::nullopt);
   store->flush();
@@ -203,14 +186,14 @@ TEST_F(KaleoDataStoreTest, NothingHappensForAMissingConfigurationOrUser) {
 
 TEST_F(KaleoDataStoreTest, WritesOfOneTurnAreOneTransactionAndOneOfEachCell) {
   FaultVFS vfs;
-  auto store = makeStore(threading, vfs.name());
-  threading.run();
+  auto store = makeStore(vfs.name());
+  threads.run();
   vfs.syncs = 0;
   host.log->clear();
   for (int i = 0; i < 100; ++i) {
     store->saveWindowData(bytes(std::to_string(i)), Name::TriggerWindows, "u1", std::to_string(i % 4));
   }
-  threading.run();
+  threads.run();
   EXPECT_EQ(vfs.syncs, 1);
   EXPECT_EQ(rows("SELECT plan_id, CAST(trigger_windows AS TEXT) FROM PlanWindows ORDER BY 1"),
             (Rows{"0|96", "1|97", "2|98", "3|99"}));
@@ -218,19 +201,19 @@ TEST_F(KaleoDataStoreTest, WritesOfOneTurnAreOneTransactionAndOneOfEachCell) {
 }
 
 TEST_F(KaleoDataStoreTest, TheDiskHoldsWhatAllWritesInOrderLeave) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveWindowData(bytes("before"), Name::ConvertWindow, "u1", "7");
   store->deleteAllPlans();
   store->saveWindowData(bytes("after"), Name::TriggerWindows, "d1", "7");
   store->correctUserId("u1", "d1", Table::PlanWindows);
   store->saveWindowData(bytes("own"), Name::TriggerWindows, "d1", "7");
-  threading.run();
+  threads.run();
   EXPECT_EQ(rows("SELECT user_id, CAST(trigger_windows AS TEXT), convert_window FROM PlanWindows ORDER BY rowid"),
             (Rows{"u1|after|NULL", "d1|own|NULL"}));
 }
 
 TEST_F(KaleoDataStoreTest, ATaskIsTriedThreeTimesAtMost) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   int runs = 0;
   store->executeTask([&] { return ++runs, false; });
   EXPECT_EQ(runs, 3);
@@ -240,7 +223,7 @@ TEST_F(KaleoDataStoreTest, ATaskIsTriedThreeTimesAtMost) {
 }
 
 TEST_F(KaleoDataStoreTest, AWriteThatCannotBeMadeIsTriedThreeTimesAndTakesNoOtherWithIt) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   store->saveWindowData(bytes("w"), static_cast<Name>(10), "u1", "7");
   store->saveUserId("u2", "d2");
@@ -251,7 +234,7 @@ TEST_F(KaleoDataStoreTest, AWriteThatCannotBeMadeIsTriedThreeTimesAndTakesNoOthe
 
 TEST_F(KaleoDataStoreTest, ADiskThatRefusesIsTriedThreeTimes) {
   FaultVFS vfs;
-  auto store = makeStore(threading, vfs.name());
+  auto store = makeStore(vfs.name());
   store->saveUserId("u1", "d1");
   store->flush();
   vfs.writeResult = SQLITE_FULL;
@@ -267,7 +250,7 @@ TEST_F(KaleoDataStoreTest, ADiskThatRefusesIsTriedThreeTimes) {
 
 TEST_F(KaleoDataStoreTest, ALockedFileIsTriedAgain) {
   FaultVFS vfs;
-  auto store = makeStore(threading, vfs.name());
+  auto store = makeStore(vfs.name());
   store->flush();
   SQLFile other(file);
   other.run("BEGIN IMMEDIATE");
@@ -292,7 +275,7 @@ TEST_F(KaleoDataStoreTest, ALockedFileIsTriedAgain) {
 
 TEST_F(KaleoDataStoreTest, WithoutADatabaseReadsAnswerNothing) {
   std::filesystem::create_directory(file);
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   store->deleteAllPlans();
   store->migrate();
@@ -300,13 +283,13 @@ TEST_F(KaleoDataStoreTest, WithoutADatabaseReadsAnswerNothing) {
   EXPECT_EQ(store->userIdWithDistinctId("d1"), std::nullopt);
   EXPECT_EQ(store->popupConfigWithUserId("u1"), nullptr);
   EXPECT_TRUE(store->planWindowsWithUserId("u1").empty());
-  KaleoDataStore nowhere({threading, log, clock, random, bridge, hostStore, diagnosis, {}, keyFile});
+  KaleoDataStore nowhere({threads, log, clock, random, bridge, hostStore, diagnosis, {}, keyFile});
   EXPECT_TRUE(host.log->contains("failed to get database file path"));
   EXPECT_EQ(nowhere.userIdWithDistinctId("d1"), std::nullopt);
 }
 
 TEST_F(KaleoDataStoreTest, ADamagedFileIsReplacedInTheMiddleOfATurn) {
-  auto store = makeStore(threading);
+  auto store = makeStore();
   store->saveUserId("u1", "d1");
   store->flush();
   store.reset();
@@ -314,7 +297,7 @@ TEST_F(KaleoDataStoreTest, ADamagedFileIsReplacedInTheMiddleOfATurn) {
   KLBytes image = *KLFile::read(file);
   std::fill_n(image.begin() + (page - 1) * 4096, 8, std::uint8_t{0xAA});
   ASSERT_TRUE(KLFile::writeAtomically(file, image));
-  store = makeStore(threading);
+  store = makeStore();
   store->saveUserId("u2", "d2");
   store->saveWindowData(bytes("w"), Name::ConvertWindow, "u2", "7");
   store->saveUserId("u3", "d3");
@@ -325,8 +308,8 @@ TEST_F(KaleoDataStoreTest, ADamagedFileIsReplacedInTheMiddleOfATurn) {
 
 TEST_F(KaleoDataStoreTest, TheEndWritesWhatIsQueued) {
   for (int i = 0; i < 20; ++i) {
-    KLThreadThreading threads;
-    auto store = makeStore(threads);
+    KLThreadThreading threading;
+    auto store = makeStore(threading);
     store->saveUserId("u", "d" + std::to_string(i));
     store.reset();
     EXPECT_EQ(rows("SELECT count(*) FROM Users"), Rows{std::to_string(i + 1)});
@@ -334,8 +317,8 @@ TEST_F(KaleoDataStoreTest, TheEndWritesWhatIsQueued) {
 }
 
 TEST_F(KaleoDataStoreTest, ManyThreadsWriteAndReadAtOnce) {
-  KLThreadThreading threads;
-  auto store = makeStore(threads);
+  KLThreadThreading threading;
+  auto store = makeStore(threading);
   constexpr int kThreads = 4;
   constexpr int kWrites = 50;
   std::vector<std::thread> writers;

@@ -104,14 +104,14 @@ TEST_F(KaleoDatabaseFaultTest, DamageFoundLaterIsSetAsideAtTheNextOperation) {
   EXPECT_FALSE(database.saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
   EXPECT_TRUE(database.saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
   EXPECT_EQ(damagedFiles(), (std::vector<std::string>{"damaged-1700000000", "damaged-1700000000-shm", "damaged-1700000000-wal"}));
-  EXPECT_EQ(SQLFile(file).rows("SELECT user_id, plan_id FROM PlanWindows"), Rows{"u|7"});
+  EXPECT_EQ(rows("SELECT user_id, plan_id FROM PlanWindows"), Rows{"u|7"});
 }
 
 TEST_F(KaleoDatabaseFaultTest, OnlyTheNewestDamagedFilesAreKept) {
   for (int i = 0; i < 4; ++i) {
     ASSERT_TRUE(KLFile::writeAtomically(file, KLBytes(5000, 'x')));
     makeDatabase();
-    clock.advance(1);
+    threads.advance(1);
   }
   EXPECT_EQ(damagedFiles(), (std::vector<std::string>{"damaged-1700000002", "damaged-1700000003"}));
 }
@@ -192,10 +192,10 @@ TEST_F(KaleoDatabaseFaultTest, AFileThatAnotherConnectionSetAsideIsLetGo) {
     EXPECT_FALSE(each->saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
   }
   EXPECT_TRUE(database.saveWindowData(bytes("w"), Name::ConvertWindow, "u", "7"));
-  clock.advance(1);
+  threads.advance(1);
   EXPECT_EQ(other.planWindowWithUserId("u", "7", Name::ConvertWindow), bytes("w"));
   EXPECT_EQ(damagedFiles().front(), "damaged-1700000000");
-  EXPECT_EQ(SQLFile(file).rows("SELECT plan_id FROM PlanWindows"), Rows{"7"});
+  EXPECT_EQ(rows("SELECT plan_id FROM PlanWindows"), Rows{"7"});
 }
 
 TEST_F(KaleoDatabaseFaultTest, AFullDiskRefusesWritesAndLosesNothing) {
@@ -210,7 +210,7 @@ TEST_F(KaleoDatabaseFaultTest, AFullDiskRefusesWritesAndLosesNothing) {
   EXPECT_GE(vfs.failedWrites, 4);
   EXPECT_EQ(database.popupConfigWithUserId("u"), std::nullopt);
   expectUsable(database);
-  EXPECT_EQ(SQLFile(file).rows("PRAGMA integrity_check"), Rows{"ok"});
+  EXPECT_EQ(rows("PRAGMA integrity_check"), Rows{"ok"});
   EXPECT_EQ(SQLFile(file).value("SELECT count(*) FROM Users WHERE distinct_id <> 'd'"), "20");
 }
 
@@ -253,7 +253,7 @@ TEST_F(KaleoDatabaseFaultTest, WhatAForeignSchemaHoldsDoesNotRun) {
       "CREATE TRIGGER snare AFTER INSERT ON Users BEGIN INSERT INTO Trap VALUES ('caught'); END;");
   KaleoDatabase database = makeDatabase();
   expectUsable(database);
-  EXPECT_EQ(SQLFile(file).rows("SELECT * FROM Trap"), Rows{});
+  EXPECT_EQ(rows("SELECT * FROM Trap"), Rows{});
 }
 
 }  // namespace

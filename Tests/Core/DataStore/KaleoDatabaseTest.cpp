@@ -10,8 +10,6 @@ using Table = KLDatabaseTable;
 
 class KaleoDatabaseTest : public DatabaseFixture {
  protected:
-  SQLFile::Rows rows(const std::string& sql) { return SQLFile(file).rows(sql); }
-
   KaleoDatabase database = makeDatabase();
 };
 
@@ -29,7 +27,7 @@ TEST_F(KaleoDatabaseTest, ASecondSaveUpdatesTheRow) {
   database.saveUserId("u1", "d1");
   database.saveGlobalWindowData(bytes("L"), "u1", Name::GlobalLimit);
   database.saveWindowData(bytes("T"), Name::TriggerWindows, "u1", "7");
-  clock.advance(0.5);
+  threads.advance(0.5);
   database.setEncryptor(&crypt);  // an update leaves the status of its row
   database.saveUserId("u2", "d1");
   database.saveGlobalWindowData(bytes("I"), "u1", Name::GlobalInterval);
@@ -104,7 +102,7 @@ TEST_F(KaleoDatabaseTest, EachProjectHasItsOwnRows) {
 TEST_F(KaleoDatabaseTest, CorrectionRekeysOneTable) {
   database.savePopupConfig(bytes("c"), "d1");
   database.saveWindowData(bytes("w"), Name::ConvertWindow, "d1", "7");
-  clock.advance(1);
+  threads.advance(1);
   EXPECT_TRUE(database.correctUserId("u1", "d1", Table::PlanWindows));
   EXPECT_EQ(rows("SELECT user_id, update_time FROM PlanWindows"), Rows{"u1|1700000001.0"});
   EXPECT_EQ(rows("SELECT user_id, update_time FROM PopupConfig"), Rows{"d1|1700000000.0"});
@@ -117,11 +115,11 @@ TEST_F(KaleoDatabaseTest, ExpiryTakesOldRowsOfEveryProject) {
   database.savePopupConfig(bytes("c"), "old");
   database.saveWindowData(bytes("w"), Name::ConvertWindow, "old", "7");
   setProject("default");
-  clock.advance(1);
+  threads.advance(1);
   database.saveUserId("new", "new");
   database.savePopupConfig(bytes("c"), "new");
   database.saveWindowData(bytes("w"), Name::ConvertWindow, "new", "7");
-  clock.advance(month);  // the newer rows are exactly a month old
+  threads.advance(month);  // the newer rows are exactly a month old
   EXPECT_TRUE(database.deleteExpiredDataWithDuration(month));
   for (const char* table : {"Users", "PopupConfig", "PlanWindows"}) {
     EXPECT_EQ(rows(std::string("SELECT user_id FROM ") + table), Rows{"new"});
@@ -184,7 +182,7 @@ TEST_F(KaleoDatabaseMigrationTest, PlainRowsAreRewrittenEncrypted) {
   database.savePopupConfig(bytes("config"), "u1");
   database.saveGlobalWindowData(bytes("limit"), "u1", Name::GlobalLimit);
   database.saveWindowData(bytes("convert"), Name::ConvertWindow, "u1", "7");
-  clock.advance(100);
+  threads.advance(100);
   EXPECT_FALSE(database.migrate());  // without an encryptor
   database.setEncryptor(&crypt);
   EXPECT_TRUE(database.migrate());

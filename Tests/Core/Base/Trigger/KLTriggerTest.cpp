@@ -16,19 +16,16 @@ using testing::plan;
 /// A trigger whose popups stay on screen for `onScreen` seconds of virtual time.
 class KLTriggerTest : public testing::CoreFixture {
  protected:
-  KLTriggerTest()
-      : store({threads, log, clock, random, bridge, hostStore, diagnosis, directory.path() / "Kaleo_Popup.sqlite",
-               directory.path() / "key"}),
-        queue(threads.makeSerialQueue("TriggerQueue")) {
-    restart();
-  }
+  KLTriggerTest() { restart(); }
 
   void restart() {
+    restart([this] { return showsPopups ? show() : KLShowCampaign(); });
+  }
+  void restart(std::function<KLShowCampaign()> presentation) {
     trigger.reset();
-    trigger = std::make_unique<KLTrigger>(
-        KLTriggerSurroundings{threads, queue, notifications, bridge, hostStore, log, store, diagnosis, time, user, random, network,
-                              [] { return "http://server"; }, [this] { return showsPopups ? show() : KLShowCampaign(); },
-                              [this](const std::string& line) { console.push_back(line); }});
+    trigger = std::make_unique<KLTrigger>(KLTriggerSurroundings{
+        threads, queue, notifications, bridge, hostStore, log, store, diagnosis, time, user, random, network,
+        [] { return "http://server"; }, std::move(presentation), [this](const std::string& line) { console.push_back(line); }});
   }
 
   KLShowCampaign show() {
@@ -55,8 +52,8 @@ class KLTriggerTest : public testing::CoreFixture {
     threads.run();
   }
 
-  KaleoDataStore store;
-  std::shared_ptr<KLQueue> queue;
+  KaleoDataStore store{storeSurroundings()};
+  std::shared_ptr<KLQueue> queue = threads.makeSerialQueue("TriggerQueue");
   std::unique_ptr<KLTrigger> trigger;
   std::vector<std::string> shown;
   std::vector<std::shared_ptr<KLCampaign>> campaigns;
@@ -168,17 +165,12 @@ TEST_F(KLTriggerTest, PopupThatFailsWakesTheWorkerAndKeepsItsWindows) {
 
 TEST_F(KLTriggerTest, WakeUpBeforeTheWaitSkipsTheWaitAndTheSecondStamp) {
   install(answer({plan(1, "Pay")}, R"({"popup_interval_global": {"unit": "SECOND", "value": 60}})"));
-  trigger.reset();
-  trigger = std::make_unique<KLTrigger>(
-      KLTriggerSurroundings{threads, queue, notifications, bridge, hostStore, log, store, diagnosis, time, user, random, network,
-                            [] { return "http://server"; },
-                            [this]() -> KLShowCampaign {
-                              notifications.post(kCampaignDidEndNotification);
-                              threads.backgroundQueue()->sync([] {});  // the wake-up has run before the worker begins to wait
-                              return [](auto) {};
-                            }});
-  const auto serverAnswer = answer({plan(1, "Pay")});
-  install(serverAnswer);
+  restart([this]() -> KLShowCampaign {
+    notifications.post(kCampaignDidEndNotification);
+    threads.backgroundQueue()->sync([] {});  // the wake-up has run before the worker begins to wait
+    return [](auto) {};
+  });
+  install(answer({plan(1, "Pay")}));
   host.log->clear();
   trackAndRun(event("Pay"));
   EXPECT_EQ(host.log->count("Create global interval window"), 1);

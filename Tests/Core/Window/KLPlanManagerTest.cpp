@@ -33,14 +33,6 @@ class KLPlanManagerTest : public PlanFixture {
   KLPlanManager manager{surroundings};
 };
 
-TEST_F(KLPlanManagerTest, ServesByPriorityThenId) {
-  setPlans(runnable(10, 5, "A") + "," + runnable(12, 5, "A") + "," + runnable(3, 6, "B") + "," + runnable(99, -1, "A"));
-  EXPECT_THAT(ids(manager.sortedPlans()), ElementsAre(3, 12, 10, 99));
-  EXPECT_THAT(ids(manager.plansForEvent("A")), ElementsAre(12, 10, 99));
-  EXPECT_THAT(ids(manager.plansForEvent("B")), ElementsAre(3));
-  EXPECT_THAT(manager.plansForEvent("C"), IsEmpty());
-}
-
 TEST_F(KLPlanManagerTest, PlansThatMayNotRunAreRecordedOnceAndListenedTo) {
   setPlans("{'plan_id':1," + pattern("E") + "},{'plan_id':2,'expire_at':'1e15','status':'PAUSED'," + pattern("F") +
            "},{'plan_id':3,'expire_at':'1e15','status':'ACTIVE'," + pattern("G") + "}," + runnable(4, 0, "EH"));

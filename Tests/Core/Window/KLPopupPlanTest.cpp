@@ -130,14 +130,6 @@ TEST_F(KLPopupPlanTest, RecordsWhyItDoesNotFire) {
       KLValue(KLObject{{"message", "not meet properties check"}, {"window_start", 0}, {"window_end", 0}, {"campaign_id", "7"}}));
 }
 
-TEST_F(KLPopupPlanTest, DecidesTheSameWithoutARecorder) {
-  diagnosis.set(nullptr);
-  const auto plan = planWith(matcher("A", 2));
-  EXPECT_FALSE(plan->patternMatchWithEvent(anEvent("A")));
-  EXPECT_FALSE(plan->patternMatchWithEvent(anEvent("B")));
-  EXPECT_TRUE(plan->patternMatchWithEvent(anEvent("A")));
-}
-
 constexpr const char* kRules =
     ",'convert_window':{'unit':'DAY','value':1},'popup_interval':{'unit':'MINUTE','value':30},"
     "'re_enter':{'unit':'WEEK','natural':true,'value':1,'limit':3}";
@@ -170,14 +162,6 @@ TEST_F(KLPopupPlanTest, EveryWindowComesBack) {
 
   currentUser.setUserId("another");
   EXPECT_FALSE(reloaded(*plan)->convertWindow());
-}
-
-TEST_F(KLPopupPlanTest, CountsInTheReEnterWindowAreKept) {
-  const auto plan = planWith("", kRules);
-  plan->createReEnter();
-  plan->reEnterWindow()->count += 1;
-  plan->saveReEnter();
-  EXPECT_EQ(reloaded(*plan)->reEnterWindow()->count, 2);
 }
 
 TEST_F(KLPopupPlanTest, DeletedWindowsStayAway) {

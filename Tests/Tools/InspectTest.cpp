@@ -251,7 +251,7 @@ TEST_F(InspectTest, FilesOfEarlierReleasesAreRead) {
       hex + "', x'00', 1699990000);");
   EXPECT_EQ(run(), kPartlyRead) << err.str();
   EXPECT_THAT(out.str(), AllOf(HasSubstr("known as       d1"), HasSubstr("7 *   re-entry"), HasSubstr("running, ends in 1 h"),
-                               HasSubstr("1 values are damaged")));
+                               HasSubstr("1 value is damaged")));
 }
 
 TEST_F(InspectTest, AFileThatIsNoneOfOursIsNamedInPlainWords) {

@@ -95,7 +95,15 @@ class MisuseTest : public ::testing::Test {
 
 TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfTheCommandLine) {
   expect({
-      {"", 64, "kaleo: "},
+      {"", 64, "Usage: kaleo [OPTIONS] COMMAND"},
+      {"help", 0, ""},
+      {"help explain", 0, ""},
+      {"help explian", 64, "there is no command explian; did you mean explain?"},
+      {"explain journeys.sqlite --zone UTC", 64, "there is no option --zone; did you mean --timezone?"},
+      {"explain journeys.sqlite --plan-id 1", 64, "there is no option --plan-id; did you mean --plan?"},
+      {"explain journeys.sqlite --xyz", 64, "there is no option --xyz\n"},
+      {"explain journeys.sqlite --plan", 64, "--plan needs a value: --plan ID"},
+      {"explain journeys.sqlite --plan 1 --plan 2", 64, "--plan is given more than once"},
       {"simulte", 64, "there is no command simulte; did you mean simulate?"},
       {"simulate --event events.jsonl", 64, "there is no option --event; did you mean --events?"},
       {"simulate", 64, "--events is required"},
@@ -105,7 +113,7 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfTheCommandLine) {
       {"serve . --port 99999", 64, "--port"},
       {"preview layout.json --screen big", 64, "such as 375x812"},
       {"preview layout.json --scale 0", 64, "--scale"},
-      {"completion tcsh", 64, "tcsh"},
+      {"completion tcsh", 64, "tcsh is none of bash, zsh, fish"},
       {"run", 64, "--server is required"},
   });
 }
@@ -132,7 +140,7 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfFilesThatCannotBeRead) {
       {"inspect .", 2, "is a directory"},
       {"explain gone.sqlite", 2, "cannot be read: No such file or directory"},
       {"inspect --key gone state.sqlite", 2, "gone is not there"},
-      {"inspect --key layout.json state.sqlite", 2, "layout.json is no key file"},
+      {"inspect --key layout.json state.sqlite", 2, "the key file layout.json is none of this library"},
       {"serve gone", 2, "gone is no directory"},
   });
 }
@@ -163,6 +171,7 @@ TEST_F(MisuseTest, EveryCommandSaysWhatIsWrongOfFilesOfAnotherKind) {
       {"inspect later.sqlite", 2, "later.sqlite "},
       {"explain other.sqlite", 2, "holds no records of decisions"},
       {"explain state.sqlite", 2, "kaleo inspect shows this one"},
+      {"explain journeys.sqlite", 2, "its table Journeys has no column id"},
   });
 }
 

@@ -85,7 +85,12 @@ Command checkCommand(CLI::App& kaleo) {
   app.refuseWithout([files, codes] {
     return files.isGiven() || codes.isGiven() ? "" : "FILE (a configuration, a plan, a popup window or a layout)";
   });
-  app.footer("Exit status: 0, or 1 when there are warnings, 2 when there are errors, 3 when a file cannot be read.");
+  app.footer(
+      "Examples:\n"
+      "  kaleo check user_popup_configs.json layouts/*.json\n"
+      "  kaleo check --at \"2026-11-21 18:00\" user_popup_configs.json\n"
+      "\n"
+      "Exit status: 0, or 1 when there are warnings, 2 when there are errors, 3 when a file cannot be read.");
   return app.running([arguments] { return run(*arguments); });
 }
 

@@ -7,6 +7,7 @@
 #include <set>
 
 #include "Foundation/KLJSON.h"
+#include "text/Counted.h"
 #include "text/TerminalText.h"
 
 namespace kaleo::tools {
@@ -16,8 +17,6 @@ std::size_t count(const std::vector<Finding>& findings, Severity severity) {
   return static_cast<std::size_t>(std::ranges::count_if(
       findings, [severity](const Finding& finding) { return checkCode(finding.check).severity == severity; }));
 }
-
-std::string counted(std::size_t count, std::string_view what) { return fmt::format("{} {}{}", count, what, count == 1 ? "" : "s"); }
 
 Tone toneOf(Severity severity) {
   switch (severity) {

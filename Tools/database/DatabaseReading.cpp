@@ -4,6 +4,7 @@
 
 #include "Core/DataStore/KaleoDataStore.h"
 #include "Foundation/KLCalendar.h"
+#include "text/Counted.h"
 #include "text/TerminalText.h"
 
 namespace kaleo::tools {
@@ -22,6 +23,9 @@ std::string hintFor(const fs::path& file, const std::string& usualName) {
   return fmt::format("; only {} is there, which is nothing without it", log.filename().string());
 }
 
+/// "1 value is", "2 values are".
+std::string areCounted(std::size_t values) { return counted(values, "value") + (values == 1 ? " is" : " are"); }
+
 }  // namespace
 
 std::unique_ptr<DatabaseReading> DatabaseReading::open(const ReadingArguments& arguments, const std::string& usualName,
@@ -33,8 +37,8 @@ std::unique_ptr<DatabaseReading> DatabaseReading::open(const ReadingArguments& a
   }
   std::unique_ptr<DatabaseReading> reading(new DatabaseReading(arguments));
   if (!arguments.key.empty() && !reading->key_.readKeyFile(arguments.key)) {
-    error = fmt::format("{} {}", arguments.key.string(),
-                        fs::exists(arguments.key, ignored) ? "is no key file of this library" : "is not there");
+    error = fmt::format("the key file {} {}", arguments.key.string(),
+                        fs::exists(arguments.key, ignored) ? "is none of this library" : "is not there");
     return nullptr;
   }
   reading->database_ = DatabaseCopy::take(arguments.file, error);
@@ -50,15 +54,15 @@ std::vector<std::string> DatabaseReading::remarks(const ReadingFaults& faults) c
   }
   if (faults.lockedValues > 0) {
     remarks.push_back(
-        fmt::format("{} values are encrypted and cannot be shown: {}.", faults.lockedValues,
+        fmt::format("{} encrypted and cannot be shown: {}.", areCounted(faults.lockedValues),
                     keyFile_.empty()
                         ? fmt::format("give the application's key file with --key ({}, in the directory of the application's data)",
                                       KaleoDataStore::kKeyFileName)
-                        : "they were encrypted under another key than that of " + printable(keyFile_.string())));
+                        : fmt::format("another key than that of {} is needed", printable(keyFile_.string()))));
   }
   if (faults.damagedValues > 0) {
-    remarks.push_back(
-        fmt::format("{} values are damaged, or of a later release; the library counts them as missing.", faults.damagedValues));
+    remarks.push_back(fmt::format("{} damaged, or of a later release; the library counts what it cannot read as missing.",
+                                  areCounted(faults.damagedValues)));
   }
   if (database_->lacksLog()) {
     remarks.push_back(fmt::format(

@@ -6,6 +6,7 @@
 #include "inspect/HoldingBack.h"
 #include "inspect/Inspection.h"
 #include "inspect/WindowList.h"
+#include "text/Counted.h"
 #include "text/Table.h"
 #include "text/TimeText.h"
 
@@ -13,8 +14,6 @@ namespace kaleo::tools {
 namespace {
 
 constexpr std::size_t kIndent = 2;
-
-std::string counted(std::size_t count, const char* thing) { return fmt::format("{} {}{}", count, thing, count == 1 ? "" : "s"); }
 
 template <class Value>
 const char* faultOf(const Stored<Value>& stored) {

@@ -4,6 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <charconv>
 #include <utility>
 
@@ -23,7 +24,10 @@ Argument& Argument::within(double least, double most) {
 }
 
 Argument& Argument::oneOf(const std::vector<std::string>& words) {
-  option_->check(CLI::IsMember(words).description(""));
+  checkedBy([words](const std::string& text) {
+    const bool isOne = std::ranges::find(words, text) != words.end();
+    return isOne ? std::string() : fmt::format("{} is none of {}", text, fmt::join(words, ", "));
+  });
   return called(fmt::format("{}", fmt::join(words, "|")));
 }
 
@@ -36,7 +40,9 @@ Argument& Argument::excludes(const Argument& other) { return option_->excludes(o
 bool Argument::isGiven() const { return !option_->empty(); }
 
 CommandArguments::CommandArguments(CLI::App& kaleo, const std::string& name, const std::string& description)
-    : app_(kaleo.add_subcommand(name, description)) {}
+    : app_(kaleo.add_subcommand(name, description)) {
+  app_->group("Commands");
+}
 
 Argument CommandArguments::add(const std::string& name, std::string& value, const std::string& description) {
   return Argument(app_->add_option(name, value, description));

@@ -53,6 +53,11 @@ Command previewCommand(CLI::App& kaleo) {
       R"(Pictures are read from paths (relative to the layout's file), file: URLs, and http(s) URLs. "{{base}}" stands for the
 directory that kaleo serve would serve. The window shows the popup anew when the layout or one of its pictures is saved;
 faults in the JSON and pictures that do not come are shown in it and on standard error.
+
+Examples:
+  kaleo preview welcome.json
+  kaleo preview welcome.json --out welcome.png --screen 375x667 --scale 2
+
 Exit status: 0, 2 when there is nothing to show (see standard error).)");
   return app.running([arguments] { return preview(*arguments, {std::cout, std::cerr}); });
 }

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
+
 namespace kaleo::tools {
 namespace {
 
@@ -14,13 +16,24 @@ std::string optionNames(const CommandNode& command) {
   return fmt::format("{}", fmt::join(names, " "));
 }
 
-/// One branch for each option whose values are known, and one for those that take any other value.
+/// The shell's function that completes files, or directories.
+constexpr const char* kPaths = "_kaleo_paths";
+
+/// What completes the value of an option or a positional.
+std::string values(const CommandOption& option) {
+  if (!option.choices.empty()) {
+    return fmt::format("COMPREPLY=($(compgen -W \"{}\" -- \"$word\"))", fmt::join(option.choices, " "));
+  }
+  if (!option.namesFile()) return ":";
+  return fmt::format("{} {}", kPaths, option.namesDirectory() ? "-d" : "-f");
+}
+
+/// One branch for each option that takes a value.
 std::string valueBranches(const CommandNode& command) {
   std::string branches;
   for (const CommandOption& option : command.options) {
-    if (option.isPositional || option.choices.empty()) continue;
-    branches += fmt::format("        {}) COMPREPLY=($(compgen -W \"{}\" -- \"$word\")); return ;;\n", fmt::join(option.names, "|"),
-                            fmt::join(option.choices, " "));
+    if (option.isPositional || option.value.empty()) continue;
+    branches += fmt::format("        {}) {}; return ;;\n", fmt::join(option.names, "|"), values(option));
   }
   return branches;
 }
@@ -31,11 +44,10 @@ std::string commandBranch(const CommandNode& command) {
                      values.empty() ? "" : fmt::format("      case \"$before\" in\n{}      esac\n", values), optionNames(command));
 }
 
-std::string positionalChoices(const CommandNode& command) {
-  for (const CommandOption& option : command.options) {
-    if (option.isPositional && !option.choices.empty()) return fmt::format("{}", fmt::join(option.choices, " "));
-  }
-  return "";
+/// What completes a word that is no option's.
+std::string positionalBranch(const CommandNode& command) {
+  const auto positional = std::ranges::find_if(command.options, &CommandOption::isPositional);
+  return positional == command.options.end() ? "" : fmt::format("    {}) {} ;;\n", command.name, values(*positional));
 }
 
 }  // namespace
@@ -46,11 +58,13 @@ std::string bashCompletion(const CommandNode& root) {
   for (const CommandNode& command : root.subcommands) {
     names.push_back(command.name);
     branches += commandBranch(command);
-    const std::string choices = positionalChoices(command);
-    if (!choices.empty())
-      words += fmt::format("    {}) COMPREPLY=($(compgen -W \"{}\" -- \"$word\")); return ;;\n", command.name, choices);
+    words += positionalBranch(command);
   }
   return fmt::format(R"(# Completion of {0} for bash.
+{5}() {{
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen "$1" -- "$word")
+}}
 _{0}() {{
   local word=${{COMP_WORDS[COMP_CWORD]}} before=${{COMP_WORDS[COMP_CWORD-1]}} options=""
   COMPREPLY=()
@@ -64,12 +78,11 @@ _{0}() {{
     -*) COMPREPLY=($(compgen -W "$options" -- "$word")); return ;;
   esac
   case "${{COMP_WORDS[1]}}" in
-{4}    *) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
-  esac
+{4}  esac
 }}
-complete -o filenames -F _{0} {0}
+complete -F _{0} {0}
 )",
-                     root.name, fmt::join(names, " "), optionNames(root), branches, words);
+                     root.name, fmt::join(names, " "), optionNames(root), branches, words, kPaths);
 }
 
 }  // namespace kaleo::tools

@@ -40,14 +40,18 @@ CommandOption optionOf(const CLI::Option& option) {
   described.choices = choicesIn(typeName);
   if (!isFlag) described.value = typeName.substr(0, typeName.find(':'));
   described.description = oneLine(option.get_description());
+  described.isRequired = option.get_required();
+  described.isRepeated = option.get_items_expected_max() > 1;
   return described;
 }
 
 }  // namespace
 
 bool CommandOption::namesFile() const {
-  return choices.empty() && (isPositional || value == "DIR" || value.find("FILE") != std::string::npos);
+  return choices.empty() && (isPositional || namesDirectory() || value.find("FILE") != std::string::npos);
 }
+
+bool CommandOption::namesDirectory() const { return (isPositional ? names.front() : value) == "DIR"; }
 
 CommandNode commandTree(const CLI::App& app) {
   CommandNode node{app.get_name(), oneLine(app.get_description()), app.get_footer(), {}, {}};

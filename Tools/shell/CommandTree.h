@@ -16,10 +16,13 @@ struct CommandOption {
   std::string value;               ///< such as FILE; empty for a flag
   std::string description;         ///< one line
   bool isPositional = false;
+  bool isRequired = false;
+  bool isRepeated = false;           ///< it takes several values
   std::vector<std::string> choices;  ///< the only values; empty when any will do
 
   /// Whether its value is a file or a directory.
   bool namesFile() const;
+  bool namesDirectory() const;
   /// The description's first part, as far as it fits beside a name.
   std::string summary() const { return description.substr(0, std::min(description.find("; "), description.find(". "))); }
 };

@@ -20,6 +20,7 @@ std::string singleQuoted(std::string_view text) {
 
 /// What completes the value of an option, or a positional.
 std::string values(const CommandOption& option) {
+  if (option.namesDirectory()) return std::string(option.isPositional ? "" : " -r -f") + " -a '(__fish_complete_directories)'";
   if (option.namesFile()) return option.isPositional ? " -F" : " -r -F";
   if (!option.choices.empty()) return fmt::format(" -x -a {}", singleQuoted(fmt::format("{}", fmt::join(option.choices, " "))));
   return option.value.empty() ? "" : " -x";

@@ -22,18 +22,20 @@ std::string escaped(std::string_view text) {
   return safe;
 }
 
+std::string files(const CommandOption& option) { return option.namesDirectory() ? "_path_files -/" : "_files"; }
+
 /// What follows the names of an option: how it is described, and what completes its value.
 std::string specification(const CommandOption& option) {
   std::string text = fmt::format("[{}]", escaped(option.summary()));
   if (option.value.empty()) return text;
   text += fmt::format(":{}:", escaped(option.value));
-  if (option.namesFile()) return text + "_files";
+  if (option.namesFile()) return text + files(option);
   return option.choices.empty() ? text : text + fmt::format("({})", fmt::join(option.choices, " "));
 }
 
 std::string argument(const CommandOption& option) {
   if (option.isPositional) {
-    return option.choices.empty() ? fmt::format(" '*:{}:_files'", option.names.front())
+    return option.choices.empty() ? fmt::format(" '*:{}:{}'", option.names.front(), files(option))
                                   : fmt::format(" '1:{}:({})'", option.names.front(), fmt::join(option.choices, " "));
   }
   std::string text;

@@ -55,6 +55,11 @@ Command simulateCommand(CLI::App& kaleo) {
   "config": a server's answer           "convert": {"plan_id": N, "convert_time": TEXT}
   "track": an event record              "user": {"distinct_id": TEXT, "login_id": TEXT, "anonymous_id": TEXT}
 In the properties of an event, {"$date": seconds since 1970} is a date.
+
+Examples:
+  kaleo simulate --events march.jsonl --summary
+  kaleo simulate --events march.jsonl --timezone Europe/Paris --report march.html
+
 Exit status: 0, 1 when lines were refused (see standard error), 2 when nothing can be simulated.)");
   return app.running([arguments] { return run(*arguments); });
 }

@@ -157,11 +157,11 @@ TEST_F(InspectTest, AnEncryptedFileNeedsItsKey) {
   another.setKeyFile(arguments.key);
   arguments.user.clear();
   EXPECT_EQ(run(), kPartlyRead);
-  EXPECT_THAT(out.str(), HasSubstr("under another key"));
+  EXPECT_THAT(out.str(), HasSubstr("another key than that of"));
 
   arguments.key = file;
   EXPECT_EQ(run(), kCannotRead);
-  EXPECT_THAT(err.str(), HasSubstr("is no key file"));
+  EXPECT_THAT(err.str(), HasSubstr("is none of this library"));
   EXPECT_EQ(fs::file_size(file), contentsOf(file).size());
 }
 

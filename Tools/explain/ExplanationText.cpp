@@ -7,17 +7,17 @@
 #include <utility>
 
 #include "Foundation/KLJSON.h"
+#include "text/Counted.h"
 #include "text/Table.h"
 
 namespace kaleo::tools {
 namespace {
 
-Tone toneOf(KLDiagnosisState state) {
-  switch (state) {
+Tone toneOf(const StoryEntry& entry) {
+  if (entry.display) return entry.display->tone();
+  switch (entry.state) {
     case KLDiagnosisState::ConfigFetched:
       return Tone::Faint;
-    case KLDiagnosisState::Finished:
-      return Tone::Good;
     case KLDiagnosisState::Pattern:
       return Tone::Plain;
     default:
@@ -67,6 +67,7 @@ KLValue documentOf(const StoryEntry& entry) {
                   {"state", static_cast<int>(entry.state)},
                   {"sentence", entry.sentence},
                   {"events", std::move(events)},
+                  {"display", entry.display ? entry.display->document() : KLValue()},
                   {"content", entry.content}};
 }
 
@@ -79,6 +80,7 @@ KLValue documentOf(const PlanStory& story) {
                   {"distinct_ids", std::move(names)},
                   {"plan_id", documentOf(story.planId)},
                   {"held_back_until", story.heldUntil ? KLValue(*story.heldUntil) : KLValue()},
+                  {"standing", story.standing ? documentOf(*story.standing) : KLValue()},
                   {"entries", std::move(entries)}};
 }
 
@@ -86,18 +88,22 @@ KLValue documentOf(const PlanStory& story) {
 
 std::string explanationText(const Explanation& explanation, const TimeText& times, bool coloured) {
   const Painter paint(coloured);
-  std::string text =
-      fmt::format("{}: {} records. Read at {}.\n", paint(Tone::Heading, printable(explanation.file.filename().string())),
-                  explanation.records, times.at(times.now()));
+  std::string text = fmt::format("{}: {}. Read at {}.\n", paint(Tone::Heading, printable(explanation.file.filename().string())),
+                                 counted(explanation.records, "record"), times.at(times.now()));
   for (const std::string& remark : explanation.remarks) text += paint(Tone::Bad, "Note: ") + remark + '\n';
   for (const PlanStory& story : explanation.stories) {
     text += fmt::format("\n{}\n", paint(Tone::Heading, headingOf(story)));
     if (story.heldUntil) {
       text += fmt::format("  {} {}. {}\n", paint(Tone::Bad, "Held back until"), times.full(*story.heldUntil), story.heldBy);
     }
+    if (story.standing) {
+      for (const StandingSentence& sentence : sentencesOf(*story.standing, times)) {
+        text += fmt::format("  {}\n", paint(sentence.tone, sentence.text));
+      }
+    }
     Table table({"SINCE", "WHAT HAPPENED, THE NEWEST FIRST"});
     for (const StoryEntry& entry : story.entries) {
-      table.add({{times.at(entry.first)}, {entry.sentence + circumstancesOf(entry, times), toneOf(entry.state)}});
+      table.add({{times.at(entry.first)}, {entry.sentence + circumstancesOf(entry, times), toneOf(entry)}});
     }
     text += table.text(paint, 2);
   }

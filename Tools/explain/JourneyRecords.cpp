@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <set>
+
 #include "Core/Utils/KLJSONSerialization.h"
 #include "Foundation/KLJSON.h"
 
@@ -18,6 +20,14 @@ std::optional<KLValue> objectIn(const KLBytes& json) {
 const KLValue* memberOf(const JourneyRecord& record, std::string_view key) {
   const KLValue* const content = record.content.get();
   return content ? content->find(key) : nullptr;
+}
+
+/// Why a table with `columns` is none of the recorder; "" when it is.
+std::string whyIncomplete(const std::set<std::string>& columns) {
+  for (const char* name : {"id", "time", "project", "user_id", "distinct_id", "plan_id", "state", "content", "encryptedStatus"}) {
+    if (!columns.contains(name)) return fmt::format("holds no records of decisions: its table Journeys has no column {}", name);
+  }
+  return {};
 }
 
 JourneyRecord recordIn(const KLSQLiteStatement& row, const KLAESCrypt* key) {
@@ -69,7 +79,7 @@ JourneyRecords JourneyRecords::read(DatabaseCopy& database, const KLAESCrypt* ke
 
 std::string JourneyRecords::whyForeign(DatabaseCopy& database) {
   const auto tables = database.tables();
-  if (tables.contains("Journeys")) return {};
+  if (tables.contains("Journeys")) return whyIncomplete(database.columnsOf("Journeys"));
   if (tables.contains("PlanWindows")) {
     return fmt::format(
         "is the library's own database; the decisions are in {}.sqlite beside it, if the application records them "

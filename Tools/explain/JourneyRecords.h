@@ -31,6 +31,8 @@ struct JourneyRecords {
   std::vector<JourneyRecord> records;  ///< in the order of recording
   ReadingFaults faults;
 
+  static constexpr int kNewestVersion = 2;  ///< of the schema
+
   /// Reads what there is. `key` may be null: then what is encrypted stays locked.
   static JourneyRecords read(DatabaseCopy& database, const KLAESCrypt* key);
   /// Why `database` is none of the recorder; "" when it is.

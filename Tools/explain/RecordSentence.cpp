@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include "explain/PopupDisplay.h"
+
 #include "text/TerminalText.h"
 
 namespace kaleo::tools {
@@ -79,6 +81,11 @@ std::string sentenceOf(const JourneyRecord& record, const TimeText& times) {
       return lowerPriority(record);
     case KLDiagnosisState::Finished:
       return "Passed every check: its popup was handed on to be shown.";
+  }
+  if (PopupDisplay::isOutcome(record)) {
+    PopupDisplay display;
+    display.take(record);
+    return display.sentence(times);
   }
   return fmt::format("Recorded: {}.", printable(record.text(kQuillonDiagnosticInfoKeyMessage)));
 }

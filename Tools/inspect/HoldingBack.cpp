@@ -5,13 +5,13 @@
 #include <functional>
 #include <iterator>
 
+#include "rules/DisplayTimes.h"
 #include "text/TimeText.h"
 
 namespace kaleo::tools {
 namespace {
 
 constexpr double kDay = 86400, kCentury = 100 * 365.25 * kDay;
-constexpr int kDaysOfWeek = 7;
 
 KLPlanTime at(double instant, const KLPlanTime& time, std::optional<FixedClock>& clock) {
   return {clock.emplace(instant), time.calendar, time.sundayCalendar};
@@ -44,21 +44,6 @@ std::optional<double> leavesWindow(double display, const KLPlanLimitModel& limit
   return outside;
 }
 
-/// The next beginning of a display time after now, within a week.
-std::optional<double> nextDisplayTime(const KLRepeatDisplay& rule, const KLPlanTime& time) {
-  const double now = time.clock.now();
-  std::optional<double> next;
-  for (int days = 0; days <= kDaysOfWeek; ++days) {
-    std::optional<FixedClock> clock;
-    KLRepeatDisplay ofThatDay = rule;
-    ofThatDay.calculateTimeRanges(at(time.calendar.addingComponents(now, {.days = days}), time, clock));
-    for (const auto& range : ofThatDay.timeRanges) {
-      if (range.start > now && range.end >= range.start && (!next || range.start < *next)) next = range.start;
-    }
-  }
-  return next;
-}
-
 class Holds {
  public:
   Holds(const KLPopupPlanModel& plan, const StoredUser& user, const StoredPlan* windows, const KLPlanTime& time)
@@ -84,9 +69,8 @@ class Holds {
 
   void findDisplayTime() {
     if (!plan_.repeatDisplay) return;
-    KLRepeatDisplay rule = *plan_.repeatDisplay;
-    rule.calculateTimeRanges(time_);
-    if (!rule.isCurrentDateInCycle(now_)) add({HoldReason::DisplayTime, nextDisplayTime(rule, time_)});
+    const DisplayTimes times = displayTimesAt(*plan_.repeatDisplay, time_);
+    if (!times.isOpen) add({HoldReason::DisplayTime, times.opensAt});
   }
 
   void findRunning(const KLPlanAbstractWindow* window, HoldReason reason) {

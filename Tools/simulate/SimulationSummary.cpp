@@ -3,11 +3,11 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 #include <numeric>
 #include <tuple>
 
 #include "Core/Utils/KLJSONSerialization.h"
+#include "rules/DisplayTimes.h"
 #include "text/Table.h"
 
 namespace kaleo::tools {
@@ -39,19 +39,10 @@ std::vector<std::string> eventsOf(const KLPopupPlanModel& plan) {
   return names;
 }
 
-/// "every day 19:00 to 23:30", "Sun 09:00 to 12:00, Sat 10:00 to 12:00".
 std::string displayTimesOf(const KLPopupPlanModel& plan) {
-  static constexpr std::array kDays{"no day", "Sun", "Mon", "Tue", "Wed", "Thu", "Fri", "Sat"};
   if (!plan.repeatDisplay) return {};
-  const KLRepeatCycleConfig& config = plan.repeatDisplay->config;
-  if (config.ranges.empty()) return "at no time";
-  std::string text;
-  for (const KLRepeatCycleRange& range : config.ranges) {
-    const std::size_t day = range.day >= 1 && range.day <= 7 ? static_cast<std::size_t>(range.day) : 0;
-    text += fmt::format("{}{} {} to {}", text.empty() ? "" : ", ", config.isDaily() ? "every day" : kDays[day],
-                        range.startTime.value_or("?"), range.endTime.value_or("?"));
-  }
-  return text;
+  const std::string times = textOf(*plan.repeatDisplay);
+  return times.empty() ? "at no time" : times;
 }
 
 double expiryOf(const KLPopupPlanModel& plan) {

@@ -1,4 +1,4 @@
-#include "explain/FetchedPlans.h"
+#include "explain/FetchedConfiguration.h"
 
 #include <fmt/format.h>
 
@@ -9,21 +9,26 @@
 
 namespace kaleo::tools {
 
-std::optional<std::map<std::string, std::string>> fetchedPlans(const JourneyRecord& record) {
+std::shared_ptr<const FetchedConfiguration> FetchedConfiguration::in(const JourneyRecord& record) {
   const auto bytes = KLBase64Decode(record.text("config"));
-  const auto configuration = bytes && !bytes->empty() ? KLJSON::parse(*bytes) : std::nullopt;
-  if (!configuration) return std::nullopt;
-  std::map<std::string, std::string> plans;
-  const KLValue* const list = configuration->find("popup_plans");
-  if (!list) return plans;
+  const auto answer = bytes && !bytes->empty() ? KLJSON::parse(*bytes) : std::nullopt;
+  if (!answer) return nullptr;
+  auto configuration = std::make_shared<FetchedConfiguration>();
+  const KLValue* const list = answer->find("popup_plans");
+  if (!list) return configuration;
+  configuration->list_ = *list;
   for (const KLValue& plan : list->asArray()) {
     const std::string name = printable(quillon_stringValue(plan.find("cname")).value_or(""));
-    plans[fmt::format("{}", quillon_integerValue(plan.find("plan_id")))] =
+    configuration->plans_[fmt::format("{}", quillon_integerValue(plan.find("plan_id")))] =
         fmt::format("Fetched: the configuration has it{}, {}, priority {}.", name.empty() ? "" : fmt::format(" as \"{}\"", name),
                     printable(quillon_stringValue(plan.find("status")).value_or("without status")),
                     quillon_integerValue(plan.find("absolute_priority")));
   }
-  return plans;
+  return configuration;
+}
+
+std::vector<std::shared_ptr<KLPopupPlanModel>> FetchedConfiguration::models() const {
+  return KLPopupPlanModel::plansFromResponseData(&list_);
 }
 
 }  // namespace kaleo::tools

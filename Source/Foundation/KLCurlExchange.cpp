@@ -68,6 +68,8 @@ void KLCurlExchange::setRules(const KLHTTPSettings& settings) {
   set(easy, CURLOPT_REDIR_PROTOCOLS_STR, kSchemes);
   set(easy, CURLOPT_FOLLOWLOCATION, 1L);
   set(easy, CURLOPT_MAXREDIRS, static_cast<long>(std::max(0, settings.maxRedirects)));
+  // Unless told so, libcurl makes a GET without the body of a POST that has moved (RFC 9110, 15.4.2 and 15.4.3).
+  set(easy, CURLOPT_POSTREDIR, static_cast<long>(CURL_REDIR_POST_301 | CURL_REDIR_POST_302));
   set(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_2TLS));
   set(easy, CURLOPT_ACCEPT_ENCODING, "");
   set(easy, CURLOPT_SSL_VERIFYPEER, 1L);

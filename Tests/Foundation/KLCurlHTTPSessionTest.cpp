@@ -125,6 +125,7 @@ class KLCurlHTTPSessionTest : public ::testing::Test {
     };
     routes.Get("/echo", echo);
     routes.Post("/echo", echo);
+    routes.Post("/moved", [](const auto&, auto& response) { response.set_redirect("/echo"); });
     routes.Put("/echo", echo);
     routes.Delete("/echo", echo);
   }
@@ -183,6 +184,7 @@ TEST_F(KLCurlHTTPSessionTest, RequestsThatWouldNotBeSentAsGivenAreRefused) {
 
 TEST_F(KLCurlHTTPSessionTest, RedirectionsAreFollowedAFewTimesAndNeverToFiles) {
   EXPECT_EQ(textOf(fetchPath("/once")), "fine");
+  EXPECT_EQ(textOf(fetch({.url = server.url("/moved"), .method = "POST", .body = {'x'}})), "POST|||x");
   EXPECT_EQ(codeOf(fetchPath("/loop")), CURLE_TOO_MANY_REDIRECTS);
   EXPECT_EQ(redirects, KLHTTPSettings().maxRedirects + 1);
   const auto file = fetchPath("/tofile");

@@ -70,8 +70,9 @@ void KLLibrary::uploadDiagnosis(const KLValue& page, std::function<void(bool)> d
   const auto options = manager_->options();
   const auto base = options ? KLURL::parse(options->apiBaseURL()) : std::nullopt;
   if (!base) return done(false);
+  // A login page that stands before the network answers 200, too, but not with JSON.
   network_.POST(
-      base->appendingPath(kDiagnosticLogs).absoluteString(), &page, [done](auto&&) { done(true); },
+      base->appendingPath(kDiagnosticLogs).absoluteString(), &page, [done](auto&& answer) { done(answer.has_value()); },
       [done](auto&&) { done(false); });
 }
 

@@ -71,6 +71,7 @@ class KLManager : public std::enable_shared_from_this<KLManager> {
 
   // Start sequence, on the trigger queue.
   void runStartSequence();
+  void setUpDiagnosis();
   void setUpStore();
   void loadHistoryPopupConfig();
   void waitForFirstConfiguration();

@@ -27,19 +27,25 @@ void KLManager::runStartSequence() {
     std::lock_guard lock(mutex_);
     presentation_ = std::move(hooks);
   }
-  if (around_.makeDiagnosis) {
-    if (auto recorder = around_.makeDiagnosis()) {
-      recorder = std::make_shared<KLGuardedDiagnosis>(std::move(recorder));
-      recorder->setDiagnosisExpiration(options()->diagnosisExpiration());
-      recorder->addDiagnostor();
-      around_.diagnosis.set(std::move(recorder));
-    }
+  try {
+    setUpDiagnosis();
+  } catch (...) {  // such as for want of threads; popups show without it
+    around_.log.error("the recorder of decisions could not be made");
   }
   setUpStore();
   loadHistoryPopupConfig();
   store_->deleteExpiredData();
   waitForFirstConfiguration();
   hasCompleteInit_ = !stopped_;
+}
+
+void KLManager::setUpDiagnosis() {
+  auto recorder = around_.makeDiagnosis ? around_.makeDiagnosis() : nullptr;
+  if (!recorder) return;
+  recorder = std::make_shared<KLGuardedDiagnosis>(std::move(recorder));
+  recorder->setDiagnosisExpiration(options()->diagnosisExpiration());
+  recorder->addDiagnostor();
+  around_.diagnosis.set(std::move(recorder));
 }
 
 void KLManager::setUpStore() {

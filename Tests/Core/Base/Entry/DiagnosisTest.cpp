@@ -2,6 +2,7 @@
 
 #include <map>
 #include <mutex>
+#include <stdexcept>
 
 #include "Support/Application.h"
 #include "Support/LoopbackServer.h"
@@ -32,6 +33,7 @@ class DiagnosisTest : public ::testing::Test {
     return count;
   }
 
+  std::string answer_ = "{}";  ///< to an upload
   LoopbackServer server{[this](httplib::Server& routes) {
     routes.Get("/klo/user_popup_configs", [](const httplib::Request&, httplib::Response& response) {
       const std::string more = R"({"diagnose_config": {"requests": ["report_user_diagnose_logs"]}})";
@@ -47,7 +49,7 @@ class DiagnosisTest : public ::testing::Test {
         records_[{record.find("plan_id")->asString(), record.find("state")->asInteger()}] = record;
       }
       arrived_.notify_all();
-      response.set_content("{}", "application/json");
+      response.set_content(answer_, "text/html");
     });
   }};
 
@@ -75,6 +77,23 @@ TEST_F(DiagnosisTest, DecisionsAreRecordedAndUploadedWhenTheServerAsks) {
   EXPECT_EQ(SQLFile(file).rows("SELECT state, plan_id, user_id, acknowledged FROM Journeys WHERE state > 10 ORDER BY id"),
             (SQLFile::Rows{"11|1|server-user|1", "12|1|server-user|1"}));
   EXPECT_FALSE(came("1", KLDiagnosisState{11}, std::chrono::seconds(0)));
+}
+
+TEST_F(DiagnosisTest, PopupsShowWithoutARecorderThatCannotBeMade) {
+  Application application({.server = server.url(), .adjust = [](KLPlatform& platform) {
+                             platform.makeDiagnosis = [](const auto&) -> std::shared_ptr<KLDiagnosis> {
+                               throw std::runtime_error("no thread");
+                             };
+                           }});
+  application.start();
+  EXPECT_TRUE(application.showsAndCloses("Pay", 1));
+}
+
+TEST_F(DiagnosisTest, TheLoginPageOfANetworkAcknowledgesNothing) {
+  answer_ = "<html>Welcome</html>";
+  Application application({.server = server.url(), .adjust = installCampaignDiagnosis});
+  application.start();
+  EXPECT_TRUE(application.log().waitFor("Diagnosis records could not be uploaded, next try in 30 seconds"));
 }
 
 }  // namespace

@@ -123,6 +123,15 @@ KLSQLiteStatement* KLDatabaseFile::cachedStatementWithQuery(const std::string& s
   return &statements_.emplace(sql, std::move(statement)).first->second;
 }
 
+std::optional<std::int64_t> KLDatabaseFile::number(const std::string& sql) {
+  std::optional<std::int64_t> found;
+  const auto take = [&](const KLSQLiteStatement& row) {
+    found = row.integer(0);
+    return false;
+  };
+  return read(sql, kSpaced, take) ? found : std::nullopt;
+}
+
 void KLDatabaseFile::logFailure(std::string_view text) {
   noteFailure();
   if (log_.isEnabled()) log_.error("{}{}", text, connection_.errorMessage());

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -65,6 +67,8 @@ class KLDatabaseFile {
   /// Hands rows to `row` until it answers false. False: the statement failed.
   template <class Row, class... Values>
   bool read(const std::string& sql, const Texts& texts, const Row& row, const Values&... values);
+  /// The first column of the first row; nothing without a row, and when the statement failed.
+  std::optional<std::int64_t> number(const std::string& sql);
   /// Logs `text` with the connection's last error, and remembers when that was damage.
   void logFailure(std::string_view text);
   /// Remembers when the last error was damage.

@@ -9,6 +9,7 @@
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
 #include "Core/Base/Diagnosis/KLDiagnosisUpload.h"
 #include "Core/Base/Diagnosis/KLDoubleBuffer.h"
+#include "Core/Base/Diagnosis/KLFetchedConfigurations.h"
 #include "Core/Base/Diagnosis/KLWaitingRecords.h"
 #include "Core/Base/Support/KLDiagnosisSlot.h"
 #include "Core/DataStore/KaleoDataStore.h"
@@ -147,30 +148,17 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
     auto records = list.records(user_);
     list.clear();
     if (records.empty()) return;
-    leaveOutKnownConfigurations(records);
-    if (!database_.append(records, bridge_.project())) log_.error("{} diagnosis records were dropped", records.size());
+    configurations_.leaveOutKnown(records);
+    const std::size_t kept = database_.append(records, bridge_.project());
+    if (kept == records.size()) return;
+    configurations_.forget();
+    log_.error("{} diagnosis records were dropped", records.size() - kept);
   }
 
   KLQueue::Task task(void (State::*member)()) {
     return [weak = weak_from_this(), member] {
       if (const auto self = weak.lock()) (self.get()->*member)();
     };
-  }
-
-  /// A server tells the same configuration again and again: it is kept once in a run, and later records refer to it.
-  void leaveOutKnownConfigurations(std::vector<KLDiagnosisRecord>& records) {
-    for (KLDiagnosisRecord& record : records) {
-      const KLValue* const config = record.state == KLDiagnosisState::ConfigFetched ? record.content.find("config") : nullptr;
-      if (!config) continue;
-      if (*config == lastConfiguration_) {
-        KLObject content = record.content.asObject();
-        content.erase("config");
-        content.set("config_is_as_before", true);
-        record.content = std::move(content);
-      } else {
-        lastConfiguration_ = *config;
-      }
-    }
   }
 
   void sweep() {
@@ -190,7 +178,7 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   std::atomic<bool> isArmed_{false};
   KLWaitingRecords::User user_;  ///< the queue's: whom what comes next is about
   std::optional<double> lastSweep_;
-  KLValue lastConfiguration_;
+  KLFetchedConfigurations configurations_;
   KLAESCrypt encryptor_;
   KLDiagnosisDatabase database_;
   const std::shared_ptr<KLQueue> queue_;

@@ -1,43 +1,84 @@
 #include "Core/Base/Diagnosis/KLDiagnosisCondition.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "Core/Utils/KLJSONSerialization.h"
 
 namespace kaleo {
 namespace {
 
-std::vector<std::string> idsAt(const KLValue& condition, std::string_view key) {
-  std::vector<std::string> ids;
-  const KLValue* const list = condition.find(key);
-  if (!list) return ids;
-  for (const KLValue& id : list->asArray()) {
-    if (ids.size() == KLDiagnosisCondition::kMaxIds) break;
-    ids.push_back(quillon_stringValue(&id).value_or(""));
-  }
-  return ids;
+bool isWholeNumber(const KLValue& value) {
+  if (!value.isString()) return value.isInteger() || value.isDouble();
+  std::string_view text = value.asString();
+  if (text.starts_with('-')) text.remove_prefix(1);
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-bool names(const KLValue& condition, std::string_view request) {
-  const auto requests = quillon_stringValues(condition.find("requests"));
-  return std::find(requests.begin(), requests.end(), request) != requests.end();
-}
+/// Reads the members of a condition. Null is the same as absent.
+class Reader {
+ public:
+  explicit Reader(const KLValue& condition) : condition_(condition) {}
+
+  /// The first member that has none of the forms that it may have. Nobody can tell whom or what it means.
+  const std::string& fault() const { return fault_; }
+
+  bool asksFor(std::string_view request) {
+    const KLValue* const requests = memberOrNull("requests");
+    if (!requests) return false;
+    if (!requests->isArray()) refuse("requests");
+    const auto& list = requests->asArray();
+    return std::any_of(list.begin(), list.end(), [&](const KLValue& name) { return name.asString() == request; });
+  }
+
+  void readIds(const char* key, std::vector<std::string>& ids) {
+    const KLValue* const given = memberOrNull(key);
+    if (!given) return;
+    const KLValue::Array one{*given};
+    const KLValue::Array& list = given->isArray() ? given->asArray() : one;
+    for (const KLValue& id : list) {
+      if (!id.isString() && !id.isInteger() && !id.isDouble()) return refuse(key);
+      if (ids.size() < KLDiagnosisCondition::kMaxIds) ids.push_back(quillon_stringValue(&id).value_or(""));
+    }
+  }
+
+  void readNumber(const char* key, std::int64_t& number) {
+    const KLValue* const given = memberOrNull(key);
+    if (!given) return;
+    if (!isWholeNumber(*given)) return refuse(key);
+    number = quillon_integerValue(given);
+  }
+
+ private:
+  const KLValue* memberOrNull(const char* key) const {
+    const KLValue* const member = condition_.find(key);
+    return member && !member->isNull() ? member : nullptr;
+  }
+  void refuse(const char* key) {
+    if (fault_.empty()) fault_ = key;
+  }
+
+  const KLValue& condition_;
+  std::string fault_;
+};
 
 }  // namespace
 
 KLDiagnosisCondition KLDiagnosisCondition::fromResponseData(const KLValue* condition) {
   KLDiagnosisCondition wanted;
-  if (!condition || !names(*condition, "report_user_diagnose_logs")) return wanted;
-  wanted.wantsUpload = true;
-  wanted.wantsConfigurations = names(*condition, "fetch_popup_configs");
-  wanted.userIds = idsAt(*condition, "user_ids");
-  wanted.distinctIds = idsAt(*condition, "distinct_ids");
-  wanted.planIds = idsAt(*condition, "plan_ids");
-  if (const KLValue* start = condition->find("start_time")) wanted.startTime = quillon_integerValue(start);
-  if (const KLValue* end = condition->find("end_time")) wanted.endTime = quillon_integerValue(end);
-  if (const KLValue* limit = condition->find("limit")) {
-    wanted.limit = std::clamp<std::int64_t>(quillon_integerValue(limit), 0, kMaxLimit);
-  }
+  if (!condition) return wanted;
+  Reader reader(*condition);
+  const bool isAsked = reader.asksFor("report_user_diagnose_logs");
+  wanted.wantsConfigurations = reader.asksFor("fetch_popup_configs");
+  reader.readIds("user_ids", wanted.userIds);
+  reader.readIds("distinct_ids", wanted.distinctIds);
+  reader.readIds("plan_ids", wanted.planIds);
+  reader.readNumber("start_time", wanted.startTime);
+  reader.readNumber("end_time", wanted.endTime);
+  reader.readNumber("limit", wanted.limit);
+  wanted.limit = std::clamp<std::int64_t>(wanted.limit, 0, kMaxLimit);
+  wanted.fault = reader.fault();
+  wanted.wantsUpload = isAsked && wanted.fault.empty();
   return wanted;
 }
 

@@ -1,33 +1,19 @@
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
+#include "Core/Base/Diagnosis/KLDiagnosisSchema.h"
 #include "Foundation/KLJSON.h"
 
 namespace kaleo {
 namespace {
 
-constexpr const char* kSchema =
-    "PRAGMA user_version = 2;"
-    "CREATE TABLE IF NOT EXISTS Journeys (id INTEGER PRIMARY KEY AUTOINCREMENT, time INTEGER NOT NULL, project TEXT, user_id TEXT, "
-    "distinct_id TEXT, plan_id TEXT, state INTEGER NOT NULL, type INTEGER NOT NULL, content TEXT, encryptedStatus INTEGER NOT "
-    "NULL, "
-    "acknowledged INTEGER NOT NULL DEFAULT 0, event TEXT);"
-    "CREATE INDEX IF NOT EXISTS index_time ON Journeys (time);"
-    "CREATE INDEX IF NOT EXISTS index_unacknowledged ON Journeys (id) WHERE acknowledged = 0;"
-    "CREATE TABLE IF NOT EXISTS Users (distinct_id TEXT PRIMARY KEY, user_id TEXT);"
-    "CREATE TABLE IF NOT EXISTS JourneyIds (user_id TEXT, plan_id TEXT, journey_id TEXT, PRIMARY KEY (user_id, plan_id));"
-    "CREATE TABLE IF NOT EXISTS Installation (id TEXT);";
-
-/// What version 1 did not have.
-constexpr const char* kUpgrade = "ALTER TABLE Journeys ADD COLUMN event TEXT; PRAGMA user_version = 2;";
-
 constexpr auto& kTexts = KLDatabaseFile::kSpaced;
-/// When there is too much, a quarter goes, so that it does not happen at each batch.
-constexpr std::int64_t kShare = 4;
-constexpr int kMaxRounds = 8;
+/// Contents that go into one transaction. More would make the file and its log grow before the oldest records make room.
+constexpr std::size_t kBytesAtOnce = 1 << 20;
+/// When there is too much, a sixteenth goes: not a few at each batch, nor so many that their pages fill the log.
+constexpr std::int64_t kShare = 16;
 
 /// What is kept of a record's content. Null for what no user of the database should have to read at that length.
 std::string contentOf(const KLDiagnosisRecord& record) {
@@ -41,6 +27,11 @@ std::string contentOf(const KLDiagnosisRecord& record) {
 
 /// What became of a popup is kept as if the server had it: it would not know what to make of it.
 bool isOutcome(const KLDiagnosisRecord& record) { return record.state > KLDiagnosisState::Finished; }
+
+std::size_t bytesOf(const KLKeptDiagnosisRecord& record) {
+  return record.content.size() + record.project.size() + record.user.userId.size() + record.user.distinctId.size() +
+         record.planId.size() + record.event.size();
+}
 
 /// "AND (a IN (?, ...) OR b IN (?, ...))" for what is asked for, with a place for each id.
 std::string places(std::size_t count) {
@@ -59,15 +50,9 @@ bool KLDiagnosisDatabase::prepare() {
   if (file_.isDamaged() && !file_.setAside()) return false;
   if (file_.hasMoved()) file_.letGo();
   if (!file_.isOpen()) hasTables_ = false;
-  return file_.open() && (hasTables_ || createTables());
-}
-
-bool KLDiagnosisDatabase::createTables() {
-  KLSQLiteTransaction transaction(file_.connection());
-  const auto version = transaction.isBegun() ? number("PRAGMA user_version") : std::nullopt;
-  if (version && file_.connection().execute(*version == 1 ? kUpgrade : kSchema) && transaction.commit()) return hasTables_ = true;
-  file_.logFailure("Failed to make the tables of the diagnosis, error: ");
-  return false;
+  if (!file_.open()) return false;
+  hasTables_ = hasTables_ || KLDiagnosisSchema(file_, encryptor_, random_).prepare();
+  return hasTables_;
 }
 
 std::optional<std::string> KLDiagnosisDatabase::encrypted(const std::string& text) const {
@@ -80,48 +65,57 @@ std::string KLDiagnosisDatabase::decrypted(const std::optional<std::string>& tex
   return encryptor_ ? encryptor_->decryptString(*text).value_or("") : "";
 }
 
-bool KLDiagnosisDatabase::append(const std::vector<KLDiagnosisRecord>& records, const std::string& project) {
-  if (!prepare()) return false;
-  KLSQLiteTransaction transaction(file_.connection());
-  const bool isWhole =
-      transaction.isBegun() &&
-      std::all_of(records.begin(), records.end(), [&](const auto& record) { return appendRow(record, project); }) && shrink() &&
-      transaction.commit();
-  if (!isWhole) file_.logFailure("Failed to keep diagnosis records, error: ");
-  return isWhole;
+std::size_t KLDiagnosisDatabase::append(std::span<const KLDiagnosisRecord> records, const std::string& project) {
+  auto rest = records;
+  while (!rest.empty()) {
+    std::size_t count = appendSome(rest, project);
+    // Damage that shows itself here makes room for a new file, which takes them.
+    if (count == 0 && file_.isDamaged()) count = appendSome(rest, project);
+    if (count == 0) break;
+    rest = rest.subspan(count);
+  }
+  return records.size() - rest.size();
 }
 
-bool KLDiagnosisDatabase::appendRow(const KLDiagnosisRecord& record, const std::string& project) {
+std::size_t KLDiagnosisDatabase::appendSome(std::span<const KLDiagnosisRecord> records, const std::string& project) {
+  if (!prepare()) return 0;
+  KLSQLiteTransaction transaction(file_.connection());
+  std::size_t count = 0, bytes = 0;
+  bool isWhole = transaction.isBegun();
+  while (isWhole && count < records.size() && bytes < kBytesAtOnce) {
+    const KLDiagnosisRecord& record = records[count++];
+    const std::string content = contentOf(record);
+    bytes += content.size();
+    isWhole = appendRow(record, content, project);
+  }
+  if (isWhole && shrink() && transaction.commit()) return count;
+  file_.logFailure("Failed to keep diagnosis records, error: ");
+  return 0;
+}
+
+bool KLDiagnosisDatabase::appendRow(const KLDiagnosisRecord& record, const std::string& content, const std::string& project) {
   static const KLDiagnosisUser kNobody;
   const KLDiagnosisUser& user = record.user ? *record.user : kNobody;
   return file_.write(
       "INSERT INTO Journeys (time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus, "
       "event, acknowledged) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)",
       kTexts, record.time, project, encrypted(user.userId), encrypted(user.distinctId), encrypted(record.planId),
-      static_cast<int>(record.state), static_cast<int>(record.type), encrypted(contentOf(record)), encryptor_ ? 1 : 0,
+      static_cast<int>(record.state), static_cast<int>(record.type), encrypted(content), encryptor_ ? 1 : 0,
       encrypted(record.event), isOutcome(record) ? 1 : 0);
 }
 
 bool KLDiagnosisDatabase::shrink() {
   if (!file_.write("DELETE FROM Journeys WHERE id <= (SELECT max(id) FROM Journeys) - ?", kTexts, kMaxRecords)) return false;
-  for (int i = 0; i < kMaxRounds; ++i) {
-    const auto pages = number("PRAGMA page_count"), free = number("PRAGMA freelist_count"), size = number("PRAGMA page_size");
+  for (;;) {
+    const auto pages = file_.number("PRAGMA page_count"), free = file_.number("PRAGMA freelist_count"),
+               size = file_.number("PRAGMA page_size");
     if (!pages || !free || !size) return false;
     if ((*pages - *free) * *size <= kMaxBytes) return true;
     if (!file_.write("DELETE FROM Journeys WHERE id <= (SELECT min(id) + (max(id) - min(id)) / ? FROM Journeys)", kTexts, kShare)) {
       return false;
     }
+    if (file_.connection().changes() == 0) return true;  // what is too much is none of ours
   }
-  return true;
-}
-
-std::optional<std::int64_t> KLDiagnosisDatabase::number(const std::string& sql) {
-  std::optional<std::int64_t> found;
-  const auto take = [&](const KLSQLiteStatement& row) {
-    found = row.integer(0);
-    return false;
-  };
-  return file_.read(sql, kTexts, take) ? found : std::nullopt;
 }
 
 bool KLDiagnosisDatabase::deleteBefore(std::int64_t time) {
@@ -150,7 +144,6 @@ bool KLDiagnosisDatabase::saveJourneyId(const std::string& journeyId, const std:
 
 std::string KLDiagnosisDatabase::installationId() {
   if (!prepare()) return {};
-  file_.write("INSERT INTO Installation (id) SELECT ? WHERE NOT EXISTS (SELECT 1 FROM Installation)", kTexts, random_.uuid());
   std::string id;
   const auto take = [&](const KLSQLiteStatement& row) {
     id = row.text(0).value_or("");
@@ -175,22 +168,21 @@ std::vector<KLKeptDiagnosisRecord> KLDiagnosisDatabase::unacknowledged(const KLD
   };
   std::string sql =
       "SELECT id, time, project, user_id, distinct_id, plan_id, state, type, content, encryptedStatus, event FROM Journeys "
-      "WHERE acknowledged = 0 AND time >= ? AND time <= ?";
+      "WHERE acknowledged = 0 AND +time >= ? AND +time <= ?";  // by id: an index on the time would have all of them sorted
   if (!condition.userIds.empty() || !condition.distinctIds.empty()) {
     sql += " AND (" + anyOf("user_id", condition.userIds);
     sql += " OR " + anyOf("distinct_id", condition.distinctIds) + ")";
   }
   if (!condition.planIds.empty()) sql += " AND (plan_id = '' OR " + anyOf("plan_id", condition.planIds) + ")";
-  sql += " ORDER BY id LIMIT ?";
+  sql += " ORDER BY id";
   KLSQLiteStatement statement = file_.connection().prepare(sql);
   int place = 0;
   statement.bind(++place, condition.startTime);
   statement.bind(++place, condition.endTime);
   for (const std::string& text : texts) statement.bind(++place, text);
-  statement.bind(++place, most);
   std::size_t bytes = 0;
-  KLSQLiteStatement::Step step;
-  while ((step = statement.step()) == KLSQLiteStatement::Step::Row) {
+  auto step = KLSQLiteStatement::Step::Row;
+  while (static_cast<std::int64_t>(records.size()) < most && (step = statement.step()) == KLSQLiteStatement::Step::Row) {
     const bool isEncrypted = statement.integer(9) != 0;
     KLKeptDiagnosisRecord record{statement.integer(0),
                                  statement.integer(1),
@@ -201,7 +193,8 @@ std::vector<KLKeptDiagnosisRecord> KLDiagnosisDatabase::unacknowledged(const KLD
                                  statement.integer(7),
                                  decrypted(statement.text(8), isEncrypted),
                                  decrypted(statement.text(10), isEncrypted)};
-    bytes += record.content.size();
+    if (record.content.empty()) continue;  // encrypted under a key that is not there any more
+    bytes += bytesOf(record);
     if (bytes > maxBytes && !records.empty()) break;
     records.push_back(std::move(record));
   }
@@ -209,14 +202,14 @@ std::vector<KLKeptDiagnosisRecord> KLDiagnosisDatabase::unacknowledged(const KLD
   return records;
 }
 
-bool KLDiagnosisDatabase::acknowledge(const std::vector<std::int64_t>& ids) {
+bool KLDiagnosisDatabase::acknowledge(const std::vector<std::int64_t>& ids, const std::string& installation) {
   if (!prepare()) return false;
   KLSQLiteTransaction transaction(file_.connection());
-  return transaction.isBegun() &&
-         std::all_of(
-             ids.begin(), ids.end(),
-             [this](std::int64_t id) { return file_.write("UPDATE Journeys SET acknowledged = 1 WHERE id = ?", kTexts, id); }) &&
-         transaction.commit();
+  const auto mark = [&](std::int64_t id) {
+    return file_.write("UPDATE Journeys SET acknowledged = 1 WHERE id = ? AND (SELECT id FROM Installation) = ?", kTexts, id,
+                       installation);
+  };
+  return transaction.isBegun() && std::all_of(ids.begin(), ids.end(), mark) && transaction.commit();
 }
 
 }  // namespace kaleo

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -15,8 +16,9 @@ namespace kaleo {
 /// The database of decisions. Table "Journeys" holds a row for each, in the order of their making, "Users" the user id of each
 /// distinct id, "JourneyIds" the id of a user's journey through a plan, "Installation" an id of this database.
 ///
-/// Ids and contents are encrypted when a cipher is given, which the row's "encryptedStatus" tells. A damaged file is set aside and
-/// a new one made, as the data store does it. Bounded: beyond `kMaxRecords` or `kMaxBytes` the oldest records go.
+/// Ids and contents are encrypted when a cipher is given, which the row's "encryptedStatus" tells; what was written before there
+/// was one is encrypted first. A damaged file is set aside and a new one made, as the data store does it. Bounded: beyond
+/// `kMaxRecords` or `kMaxBytes` the oldest records go.
 /// Threads: one at a time. Lifetime: borrows the cipher and the rest.
 class KLDiagnosisDatabase {
  public:
@@ -30,8 +32,8 @@ class KLDiagnosisDatabase {
   /// Null: what is written from now on is plain.
   void setEncryptor(const KLAESCrypt* encryptor) { encryptor_ = encryptor; }
 
-  /// Adds all of them in one transaction; false: none was added.
-  bool append(const std::vector<KLDiagnosisRecord>& records, const std::string& project);
+  /// Adds them in one transaction, or in several when they are large. Answers how many of the first were added.
+  std::size_t append(std::span<const KLDiagnosisRecord> records, const std::string& project);
   /// Deletes what was recorded before `time`, milliseconds since 1970.
   bool deleteBefore(std::int64_t time);
 
@@ -43,16 +45,17 @@ class KLDiagnosisDatabase {
   std::string installationId();
 
   /// The oldest records that `condition` asks for and the server has not acknowledged, `most` at most, or as many as have
-  /// `maxBytes` of content between them, but one at least.
+  /// `maxBytes` of text between them, but one at least. What was encrypted under another key is passed over.
   std::vector<KLKeptDiagnosisRecord> unacknowledged(const KLDiagnosisCondition& condition, std::int64_t most, std::size_t maxBytes);
-  bool acknowledge(const std::vector<std::int64_t>& ids);
+  /// Marks them, unless `installation` is the id of another database, whose place this one has taken since.
+  bool acknowledge(const std::vector<std::int64_t>& ids, const std::string& installation);
 
  private:
   bool prepare();
-  bool createTables();
-  bool appendRow(const KLDiagnosisRecord& record, const std::string& project);
+  /// How many of the first were added in one transaction.
+  std::size_t appendSome(std::span<const KLDiagnosisRecord> records, const std::string& project);
+  bool appendRow(const KLDiagnosisRecord& record, const std::string& content, const std::string& project);
   bool shrink();
-  std::optional<std::int64_t> number(const std::string& sql);
   std::optional<std::string> encrypted(const std::string& text) const;
   std::string decrypted(const std::optional<std::string>& text, bool isEncrypted) const;
 

@@ -14,6 +14,12 @@ constexpr const char* kPlatform = "IOS";  // as in every request to the popup se
 
 KLValue contentOf(const KLKeptDiagnosisRecord& record, bool withConfiguration) {
   KLValue content = KLJSON::parse(record.content).value_or(KLValue(KLObject{}));
+  // A page that is nested too deeply would be sent without any of its records.
+  if (!KLJSON::isValidJSONObject(KLValue::Array{KLValue::Array{KLValue::Array{content}}})) {
+    KLObject rest;
+    rest.setIfPresent(kQuillonDiagnosticInfoKeyMessage, content.find(kQuillonDiagnosticInfoKeyMessage));
+    return rest;
+  }
   if (withConfiguration || record.state != static_cast<int>(KLDiagnosisState::ConfigFetched)) return content;
   KLObject rest = content.asObject();
   rest.erase("config");
@@ -40,7 +46,9 @@ double KLDiagnosisUpload::delayAfter(int failures) {
 }
 
 void KLDiagnosisUpload::flush(const KLDiagnosisCondition& condition) {
+  if (!condition.fault.empty()) log_.error("diagnose_config asks for nothing: its \"{}\" cannot be read", condition.fault);
   condition_ = condition;
+  isOfCondition_ = false;
   left_ = condition.wantsUpload ? condition.limit : 0;
   failures_ = std::min(failures_, kMaxFailures - 1);
   if (!isSending_ && !isPaused_) sendNext();
@@ -49,7 +57,9 @@ void KLDiagnosisUpload::flush(const KLDiagnosisCondition& condition) {
 void KLDiagnosisUpload::sendNext() {
   if (!keepAcknowledged() || left_ <= 0) return;
   const auto records = database_.unacknowledged(condition_, std::min(left_, kPageRecords), kPageBytes);
-  if (!records.empty()) send(records);
+  if (records.empty()) return;
+  installation_ = database_.installationId();
+  if (!installation_.empty()) send(records);
 }
 
 void KLDiagnosisUpload::send(const std::vector<KLKeptDiagnosisRecord>& records) {
@@ -59,9 +69,9 @@ void KLDiagnosisUpload::send(const std::vector<KLKeptDiagnosisRecord>& records) 
     documents.push_back(documentOf(record, condition_.wantsConfigurations));
     sent_.push_back(record.id);
   }
-  isSending_ = true;
+  isSending_ = isOfCondition_ = true;
   log_.info("Upload {} diagnosis records", records.size());
-  post_(KLObject{{"installation_id", database_.installationId()},
+  post_(KLObject{{"installation_id", installation_},
                  {"platform", kPlatform},
                  {"sdk_version", kKLSDKVersion},
                  {"records", std::move(documents)}},
@@ -77,14 +87,14 @@ void KLDiagnosisUpload::takeAnswer(bool accepted) {
   isSending_ = false;
   if (!accepted) return pause();
   failures_ = 0;
-  left_ -= static_cast<std::int64_t>(sent_.size());
+  if (isOfCondition_) left_ -= static_cast<std::int64_t>(sent_.size());
   acknowledged_.insert(acknowledged_.end(), sent_.begin(), sent_.end());
   sendNext();
 }
 
 bool KLDiagnosisUpload::keepAcknowledged() {
   if (acknowledged_.empty()) return true;
-  if (!database_.acknowledge(acknowledged_)) {
+  if (!database_.acknowledge(acknowledged_, installation_)) {
     log_.error("Acknowledged diagnosis records cannot be marked; none are sent for now");
     return false;
   }

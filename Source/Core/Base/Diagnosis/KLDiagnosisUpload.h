@@ -15,11 +15,11 @@ namespace kaleo {
 ///
 /// A page is an object: "installation_id", "platform", "sdk_version", and "records", an array of objects with "record_id", "time"
 /// (milliseconds since 1970), "project", "user_id", "distinct_id", "plan_id" (all texts, "" for none), "state", "type",
-/// "event" and "content". An acknowledged record is never sent again. One whose acknowledgement was lost is: installation id and
-/// record id together tell the server that it is the same.
+/// "event" and "content". An acknowledged record is never sent again. One whose acknowledgement was lost, on its way or with the
+/// process before it was written down, is: installation id and record id together tell the server that it is the same.
 ///
-/// When a page is not taken, it is tried again after 30 seconds, then after twice as long each time, an hour at most; after
-/// `kMaxFailures` in a row sending rests until the server asks again.
+/// When a page is not taken, it is tried again after 30 seconds, then after twice as long each time; after `kMaxFailures` in a row
+/// sending rests until the server asks again, which it then tries once.
 /// Threads: the queue. Lifetime: borrows database and log; shared, so that what comes late finds it gone.
 class KLDiagnosisUpload : public std::enable_shared_from_this<KLDiagnosisUpload> {
  public:
@@ -55,8 +55,10 @@ class KLDiagnosisUpload : public std::enable_shared_from_this<KLDiagnosisUpload>
   std::int64_t left_ = 0;                   ///< records that may still be sent under the condition
   std::vector<std::int64_t> sent_;          ///< the page under way
   std::vector<std::int64_t> acknowledged_;  ///< not yet written down
+  std::string installation_;                ///< whose ids both are
   bool isSending_ = false, isPaused_ = false;
-  int failures_ = 0;  ///< in a row
+  bool isOfCondition_ = false;  ///< the page under way was sent under the present condition
+  int failures_ = 0;            ///< in a row
 };
 
 }  // namespace kaleo

@@ -5,10 +5,12 @@
 
 #include <array>
 #include <fstream>
+#include <sstream>
 
 #include "Core/Base/Diagnosis/KLDiagnosisDatabase.h"
 #include "Core/Base/Diagnosis/KLDiagnosisUpload.h"
 #include "Core/DataStore/KaleoDataStore.h"
+#include "Foundation/KLCipher.h"
 #include "Foundation/KLJSON.h"
 #include "Foundation/KLSystem.h"
 #include "Support/FakeHost.h"
@@ -20,9 +22,11 @@
 namespace kaleo::testing {
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::SizeIs;
 using Rows = SQLFile::Rows;
 using State = KLDiagnosisState;
@@ -176,6 +180,31 @@ TEST_F(KLCampaignDiagnosisTest, IdsAndContentsAreEncryptedAsTheDataStoreDoesIt) 
   EXPECT_EQ(pages.at(0).find("records")->asArray().at(0).find("user_id")->asString(), "u1");
 }
 
+TEST_F(KLCampaignDiagnosisTest, WhatWasWrittenPlainIsEncryptedOnceTheHostEncrypts) {
+  make();
+  recorder->saveUserId("secret-user", "secret-name");
+  for (int i = 0; i < 100; ++i) refuse("secret-plan");
+  recorder.reset();
+  usePlugin();
+  make();
+  refuse("7");
+  recorder.reset();
+  std::stringstream bytes;
+  bytes << std::ifstream(file, std::ios::binary).rdbuf();
+  EXPECT_THAT(bytes.str(), Not(AnyOf(HasSubstr("secret"), HasSubstr("not converted"))));
+  make();
+  flush(R"({"requests":["report_user_diagnose_logs"],"user_ids":["secret-user"],"plan_ids":["secret-plan"]})");
+  EXPECT_THAT(sent(0), SizeIs(100));
+  recorder.reset();
+  // Nobody can read what was encrypted under a key that is lost: it is not sent as records about nothing.
+  fs::remove(directory / "library" / KaleoDataStore::kKeyFileName);
+  make();
+  refuse("8");
+  write();
+  flush(kAll);
+  EXPECT_THAT(sent(1), ElementsAre(102));
+}
+
 TEST_F(KLCampaignDiagnosisTest, ABatchIsOneTransactionAndTheLastOneIsWrittenAtTheEnd) {
   FaultVFS vfs;
   make(vfs.name());
@@ -218,22 +247,47 @@ TEST_F(KLCampaignDiagnosisTest, WhatHasExpiredGoesAndTheNewestOfTooMuchStays) {
   EXPECT_EQ(rows("SELECT max(plan_id + 0) FROM Journeys"), Rows{"59"});
   EXPECT_EQ(rows("SELECT sum(length(content)) < 33554432 AND count(*) > 20 FROM Journeys"), Rows{"1"});
 
+  // The newest of many need the room.
+  for (int i = 0; i < 5000; ++i) refuse("small");
+  write();
+  for (int i = 0; i < 60; ++i) refuse(std::to_string(i), {{"large", large}});
+  write();
+  EXPECT_EQ(rows("SELECT max(plan_id + 0) = 59 AND sum(length(content)) < 33554432 FROM Journeys"), Rows{"1"});
+  EXPECT_LT(fs::file_size(file), 35u << 20);
+  EXPECT_LT(fs::file_size(file.string() + "-wal"), 8u << 20);
+
   refuse("huge", {{"large", std::string(2'000'000, 'x')}});
   write();
   EXPECT_EQ(rows("SELECT content FROM Journeys ORDER BY id DESC LIMIT 1"),
             Rows{R"({"message":"not converted","left_out_bytes":2000038})"});
 }
 
-TEST_F(KLCampaignDiagnosisTest, AConfigurationIsKeptOnceInARun) {
-  make();
-  const auto fetch = [this](const char* config) {
-    recorder->addContent(KLObject{{"message", "fetched"}, {"config", config}}, State::ConfigFetched, KLDiagnosisType::Config);
+TEST_F(KLCampaignDiagnosisTest, AConfigurationIsKeptOnceADayForEachUser) {
+  FaultVFS vfs;
+  make(vfs.name());
+  const auto fetch = [this](const std::string& plans) {
+    const std::string answer = R"({"server_current_time":")" + std::to_string(clock.now()) + R"(","popup_plans":[)" + plans + "]}";
+    recorder->addContent(KLObject{{"config", KLBase64EncodeLines(KLBytes(answer.begin(), answer.end()), 64)}}, State::ConfigFetched,
+                         KLDiagnosisType::Config);
     write();
   };
-  for (const char* config : {"A", "A", "B"}) fetch(config);
-  EXPECT_EQ(rows("SELECT content FROM Journeys ORDER BY id"),
-            (Rows{R"({"message":"fetched","config":"A"})", R"({"message":"fetched","config_is_as_before":true})",
-                  R"({"message":"fetched","config":"B"})"}));
+  const auto kept = [this] { return rows("SELECT group_concat(content LIKE '%\"config\"%', '') FROM Journeys").at(0); };
+  recorder->saveUserId("u1", "d1");
+  for (const char* plans : {"1", "1", "2", "2"}) fetch(plans);
+  EXPECT_EQ(kept(), "1010");
+  recorder->saveUserId("u2", "d2");
+  for (int i = 0; i < 2; ++i) fetch("2");
+  EXPECT_EQ(kept(), "101010");
+  threads.advance(86400);
+  fetch("2");
+  EXPECT_EQ(kept(), "1010101");
+  // What did not reach the disk cannot be referred to.
+  vfs.writeResult = SQLITE_FULL;
+  fetch("3");
+  vfs.writeResult = SQLITE_OK;
+  fetch("3");
+  EXPECT_EQ(kept(), "10101011");
+  recorder.reset();
 }
 
 TEST_F(KLCampaignDiagnosisTest, NothingOnTheDiskEndsTheRecording) {
@@ -307,9 +361,18 @@ TEST_F(KLCampaignDiagnosisTest, TheConditionChoosesWhatIsUploaded) {
   EXPECT_THAT(asked(R"(,"limit":3)"), ElementsAre(1, 2, 3));
   EXPECT_THAT(asked(R"(,"limit":-1)"), IsEmpty());
   EXPECT_THAT(asked(R"(,"user_ids":["' OR 1 --"])"), IsEmpty());
-  for (const char* other : {"{}", "[]", R"({"requests":["fetch_popup_configs"]})", R"({"requests":"report_user_diagnose_logs"})"}) {
-    flush(other);
+  EXPECT_THAT(asked(R"(,"user_ids":null,"plan_ids":null,"start_time":null,"end_time":null,"limit":null)"), ElementsAre(1, 2, 3, 4));
+  EXPECT_THAT(asked(R"(,"user_ids":"u2","plan_ids":8,"start_time":"1700000010000","limit":"1")"), ElementsAre(3));
+  // A filter that cannot be read never widens what is sent, nor does it quietly mean another time.
+  for (const char* unclear : {R"("user_ids":{"u2":1})", R"("user_ids":[["u2"]])", R"("distinct_ids":true)",
+                              R"("plan_ids":[7,null])", R"("start_time":"2023-11-14")", R"("end_time":[1])", R"("limit":"many")"}) {
+    flush(std::string(R"({"requests":["report_user_diagnose_logs"],)") + unclear + "}");
+    EXPECT_THAT(host.log->messages(1), ::testing::Contains(HasSubstr("diagnose_config asks for nothing"))) << unclear;
+    EXPECT_THAT(pages, IsEmpty()) << unclear;
   }
+  flush(R"({"requests":"report_user_diagnose_logs"})");
+  EXPECT_THAT(host.log->messages(1).back(), HasSubstr("its \"requests\" cannot be read"));
+  for (const char* other : {"{}", "[]", R"({"requests":["fetch_popup_configs"]})"}) flush(other);
   recorder->flushWithCondition(nullptr);
   threads.run();
   EXPECT_THAT(pages, IsEmpty());
@@ -340,6 +403,25 @@ TEST_F(KLCampaignDiagnosisTest, WhatWasAcknowledgedIsNeverSentAgain) {
   flush(kAll);
   EXPECT_THAT(pages, SizeIs(4));
   EXPECT_EQ(*pages[0].find("installation_id"), *pages[3].find("installation_id"));
+}
+
+TEST_F(KLCampaignDiagnosisTest, AnAnswerCountsForThePageAndTheDatabaseThatItIsAbout) {
+  make();
+  for (int i = 0; i < 300; ++i) refuse("7");
+  write();
+  flush(kAll);
+  flush(R"({"requests":["report_user_diagnose_logs"],"limit":50})");  // while a page of 200 is under way
+  answer(true);
+  ASSERT_THAT(pages, SizeIs(2));
+  EXPECT_THAT(sent(1), SizeIs(50));
+  fs::remove(file);
+  refuse("8");  // has the number of a record that was sent before
+  write();
+  answer(true);
+  flush(kAll);
+  ASSERT_THAT(pages, SizeIs(3));
+  EXPECT_THAT(sent(2), ElementsAre(1));
+  EXPECT_FALSE(*pages[2].find("installation_id") == *pages[1].find("installation_id"));
 }
 
 TEST_F(KLCampaignDiagnosisTest, ARefusedPageComesAgainLaterAndLater) {

@@ -14,6 +14,7 @@
 #include <stdexcept>
 
 #include "Support/Fetch.h"
+#include "Support/Gate.h"
 #include "Support/LoopbackServer.h"
 
 namespace kaleo {
@@ -35,25 +36,11 @@ std::string gzipped(const std::string& text) {
 using testing::codeOf;
 using testing::textOf;
 
-/// Holds back handlers until it is opened.
-class Barrier {
- public:
-  void open() {
-    if (!opened_.exchange(true)) promise_.set_value();
-  }
-  void wait() const { future_.wait(); }
-
- private:
-  std::atomic<bool> opened_ = false;
-  std::promise<void> promise_;
-  std::shared_future<void> future_{promise_.get_future()};
-};
-
 class KLCurlHTTPSessionTest : public ::testing::Test {
  protected:
   void SetUp() override { makeSession({}); }
   void TearDown() override {
-    barrier.open();
+    gate.open();
     session.reset();
   }
 
@@ -112,7 +99,7 @@ class KLCurlHTTPSessionTest : public ::testing::Test {
     });
     routes.Get("/slow", [this](const auto&, auto& response) {
       ++slowArrived;
-      barrier.wait();
+      gate.pass();
       response.set_content("late", "text/plain");
     });
     routes.Get("/manyheaders", [](const auto&, auto& response) {
@@ -130,7 +117,7 @@ class KLCurlHTTPSessionTest : public ::testing::Test {
     routes.Delete("/echo", echo);
   }
 
-  Barrier barrier;
+  testing::Gate gate;  ///< holds /slow back
   std::mutex mutex;
   std::set<int> clientPorts;  ///< guarded by mutex
   std::atomic<int> redirects = 0;
@@ -279,7 +266,7 @@ TEST_F(KLCurlHTTPSessionTest, ACancelledExchangeIsNeverCompletedAndIsLetGo) {
   task->cancel();
   task->cancel();
   EXPECT_THROW(released.get(), std::future_error) << "what the completion held is freed at once, not when the answer comes";
-  barrier.open();
+  gate.open();
   EXPECT_EQ(textOf(fetchPath("/ok")), "fine");
   EXPECT_FALSE(completed);
 }
@@ -316,8 +303,8 @@ TEST_F(KLCurlHTTPSessionTest, ManyExchangesRunSideBySide) {
     });
   }
   EXPECT_EQ(textOf(fetchPath("/ok")), "fine") << "one that waits must not hold up another";
-  while (slowArrived < kExchanges) std::this_thread::yield();
-  barrier.open();
+  EXPECT_TRUE(gate.waitForArrivals(kExchanges));
+  gate.open();
   done.get_future().wait();
 }
 
@@ -336,7 +323,7 @@ TEST_F(KLCurlHTTPSessionTest, ManyExchangesWaitForTheirTurnWithinTheirTimeOut) {
   session->dataTask({.url = server.url("/ok")}, [&](KLHTTPResult) { cancelledAnswered = true; })->cancel();
   EXPECT_EQ(codeOf(fetch({.url = server.url("/ok"), .timeoutSeconds = 0.2})), CURLE_OPERATION_TIMEDOUT);
   EXPECT_LE(slowArrived, kAtATime);
-  barrier.open();
+  gate.open();
   done.wait();
   EXPECT_EQ(answered, kExchanges);
   EXPECT_FALSE(cancelledAnswered);

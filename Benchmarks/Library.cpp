@@ -75,7 +75,11 @@ std::shared_ptr<KLDiagnosis> Library::makeDiagnosis() {
 void Library::recordAside(std::span<const KLValue> events, std::size_t decisions) {
   if (!aside_) aside_ = makeDiagnosis();
   const std::vector<KLDecision> each(decisions, KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 1});
-  for (const KLValue& event : events) aside_->addDecisions({.time = clock_.now(), .event = event}, each);
+  for (const KLValue& event : events) {
+    if (trigger_->planManager().isNeededEvent(KLEventName(event).text())) {
+      aside_->addDecisions({.time = clock_.now(), .event = event}, each);
+    }
+  }
 }
 
 Matched Library::match(const KLValue& event) {

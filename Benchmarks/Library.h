@@ -82,7 +82,7 @@ class Library {
   /// Records every decision as libkaleo-diagnosis does it, with its queue on a thread of its own, so that this one's caches stay
   /// its own, too. `writeStore` waits for it.
   void recordDecisions(bool on);
-  /// Gives such a recorder what these events would, `decisions` each, without the trigger's doing.
+  /// Gives such a recorder what these events would, `decisions` each that a plan needs, without the trigger's doing.
   void recordAside(std::span<const KLValue> events, std::size_t decisions);
 
   /// Matching alone, by the library's rules.

@@ -4,6 +4,7 @@
 #include <span>
 #include <vector>
 
+#include "Core/Base/Diagnosis/KLCampaignDiagnosis.h"
 #include "Library.h"
 #include "Workload.h"
 
@@ -12,28 +13,26 @@
 namespace kaleo::bench {
 namespace {
 
-/// How often the store's queue gets its turn, which is not timed: often enough that little waits there.
+/// How often the queues get their turn, which is not timed: often enough that little waits there.
 constexpr std::size_t kEventsBetweenWrites = 256;
 
-/// The events since the last pause. `next`: where the next one is.
-std::span<const KLValue> last(const std::vector<KLValue>& records, std::size_t next) {
-  const std::size_t count = std::min(kEventsBetweenWrites, records.size());
-  return std::span(records).subspan(next >= count ? next - count : records.size() - count, count);
-}
-
-/// `aside`: how many decisions for each event are recorded without being timed.
-void triggerEach(benchmark::State& state, Library& library, const std::vector<KLValue>& records, std::size_t aside = 0) {
+/// `pause(next)` is called, and not timed, after every `between` events; `next` is the place of the one that follows.
+template <class Pause>
+void triggerEach(benchmark::State& state, Library& library, const std::vector<KLValue>& records, std::size_t between, Pause pause) {
   std::size_t next = 0;
   for (auto _ : state) {
     library.trigger(records[next]);
     if (++next == records.size()) next = 0;
-    if (next % kEventsBetweenWrites != 0) continue;
+    if (next % between != 0) continue;
     state.PauseTiming();
-    if (aside > 0) library.recordAside(last(records, next), aside);
-    library.writeStore();
+    pause(next);
     state.ResumeTiming();
   }
   library.writeStore();
+}
+
+void triggerEach(benchmark::State& state, Library& library, const std::vector<KLValue>& records) {
+  triggerEach(state, library, records, kEventsBetweenWrites, [&library](std::size_t) { library.writeStore(); });
 }
 
 void trigger(benchmark::State& state, Recorder recorder, bool logger, bool usesGlobalLimit) {
@@ -43,13 +42,20 @@ void trigger(benchmark::State& state, Recorder recorder, bool logger, bool usesG
   used.setObservers(Recorder::None, false);
 }
 
-/// With the recorder; `byTrigger` false: what it records comes while nothing is timed, so that all but the handing over is the
-/// same.
+/// With the recorder, which gets its turn when as much has been recorded as it writes at once, or the store's turn has long come.
+/// `byTrigger` false: what it records comes while nothing is timed, so that all but the handing over is the same.
 void triggerRecording(benchmark::State& state, bool byTrigger) {
+  constexpr std::size_t kMostEvents = 1536;
   const auto plans = static_cast<std::size_t>(state.range(0));
+  const std::size_t decisions = std::max<std::size_t>(1, plans / kEventNames);
+  const std::size_t between = std::min(kMostEvents, KLCampaignDiagnosis::kBatch / (decisions + 1));
   Library& used = library(plans);
   used.recordDecisions(byTrigger);
-  triggerEach(state, used, events(), byTrigger ? 0 : std::max<std::size_t>(1, plans / kEventNames));
+  triggerEach(state, used, events(), between, [&](std::size_t next) {
+    const std::size_t end = next == 0 ? events().size() : next;
+    if (!byTrigger) used.recordAside(std::span(events()).subspan(end - std::min(end, between), std::min(end, between)), decisions);
+    used.writeStore();
+  });
   used.recordDecisions(false);
 }
 

@@ -23,11 +23,11 @@ KLValue essenceOf(const KLValue& event) {
 /// How far ahead places are got ready.
 constexpr std::size_t kAhead = 16;
 
-/// Puts `element` at the end, and has the processor fetch a place further on, which another one has read from meanwhile: fetched
+/// Puts an element at the end, and has the processor fetch a place further on, which another one has read from meanwhile: fetched
 /// when it is written to, it would cost more than all the rest.
-template <class T>
-void put(std::vector<T>& list, T&& element) {
-  list.push_back(std::move(element));
+template <class T, class... Parts>
+void put(std::vector<T>& list, Parts&&... parts) {
+  list.emplace_back(std::forward<Parts>(parts)...);
   if (list.size() + kAhead < list.capacity()) __builtin_prefetch(list.data() + list.size() + kAhead, 1);
 }
 
@@ -38,8 +38,8 @@ void KLWaitingRecords::add(double time, KLDecisionContext&& context, std::span<c
   for (const KLDecision& decision : decisions) add(decision);
   const bool hasRest = !context.lastCampaignId.isNull() || !context.displayTimes.isNull();
   if (hasRest) rests_.push_back({std::move(context.lastCampaignId), std::move(context.displayTimes)});
-  put(groups_, {time, groups_.size() < kMostWholeEvents ? std::move(context.event) : essenceOf(context.event),
-                static_cast<std::uint32_t>(decisions.size()), hasRest});
+  if (groups_.size() >= kMostWholeEvents) context.event = essenceOf(context.event);
+  put(groups_, time, std::move(context.event), static_cast<std::uint32_t>(decisions.size()), hasRest);
   size_ += decisions.size();
 }
 
@@ -47,8 +47,8 @@ void KLWaitingRecords::add(const KLDecision& decision) {
   const auto& [kind, planID, windowStart, windowEnd, count, limit, priority, chosenPlanID, chosenPriority] = decision;
   const bool hasCounts = (count | limit) != 0;
   const bool hasPriorities = (priority | chosenPlanID | chosenPriority) != 0;
-  put(lines_, {planID, windowStart, windowEnd, kind, hasCounts, hasPriorities});
-  if (hasCounts) put(counts_, {count, limit});
+  put(lines_, planID, windowStart, windowEnd, kind, hasCounts, hasPriorities);
+  if (hasCounts) put(counts_, count, limit);
   if (hasPriorities) priorities_.push_back({priority, chosenPlanID, chosenPriority});
 }
 

@@ -24,23 +24,22 @@ void KLDiagnosisSlot::open(double time, KLValue* event) {
 }
 
 void KLDiagnosisSlot::close() {
-  if (!decisions_.empty() && event_) handOver(std::move(*event_));
-  handOver();
+  if (!decisions_.empty()) handOver(event_ ? std::move(*event_) : KLValue());
   time_ = 0;
   event_ = nullptr;
   collects_ = false;
 }
 
 void KLDiagnosisSlot::handOver() {
-  if (!decisions_.empty()) handOver(event_ ? *event_ : KLValue());
+  if (!decisions_.empty()) handOver(event_ ? KLValue(*event_) : KLValue());
 }
 
-void KLDiagnosisSlot::handOver(KLValue event) {
-  context_.time = time_;
-  context_.event = std::move(event);
-  if (KLDiagnosis* const recorder = get()) recorder->addDecisions(std::move(context_), decisions_);
+void KLDiagnosisSlot::handOver(KLValue&& event) {
+  KLDecisionContext context = std::move(context_);  // which is empty then
+  context.time = time_;
+  context.event = std::move(event);
+  if (KLDiagnosis* const recorder = get()) recorder->addDecisions(std::move(context), decisions_);
   decisions_.clear();
-  context_ = {};
 }
 
 }  // namespace kaleo

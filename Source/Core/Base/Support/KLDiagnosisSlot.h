@@ -32,7 +32,7 @@ class KLDiagnosisSlot {
 
   void open(double time, KLValue* event);
   void close();
-  void handOver(KLValue event);
+  void handOver(KLValue&& event);
 
   std::shared_ptr<KLDiagnosis> owner_;
   std::atomic<KLDiagnosis*> recorder_{nullptr};

@@ -10,9 +10,9 @@ namespace kaleo {
 /// The recorder of decisions that keeps them in the database "QuillonDiagnosticJourneys" and uploads what the server asks for.
 ///
 /// The decisions about an event cost their caller a copy of their numbers, and never a wait; a queue of its own builds the records
-/// and writes them once a second, or sooner when they are many, in one transaction. When more waits than a disk at a standstill
-/// lets through, records are dropped and counted in the log. The records of an orderly end are written. Threads: as KLDiagnosis
-/// says, the destructor not on the recorder's queue. Lifetime: borrows the surroundings.
+/// and writes them once a second, or sooner when they are many, in transactions of a bounded size. When more waits than a disk at a
+/// standstill lets through, records are dropped and counted in the log. The records of an orderly end are written. Threads: as
+/// KLDiagnosis says, the destructor not on the recorder's queue. Lifetime: borrows the surroundings.
 class KLCampaignDiagnosis final : public KLDiagnosis {
  public:
   static constexpr double kWriteDelay = 1;     ///< seconds from the first record of a batch to its writing

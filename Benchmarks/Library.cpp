@@ -74,7 +74,16 @@ std::shared_ptr<KLDiagnosis> Library::makeDiagnosis() {
 
 void Library::recordAside(std::span<const KLValue> events, std::size_t decisions) {
   if (!aside_) aside_ = makeDiagnosis();
-  const std::vector<KLDecision> each(decisions, KLDecision{.kind = KLDecision::Kind::PropertiesCheck, .planID = 1});
+  // As those of the workload: a plan is not matched, or has used up its re-entries.
+  std::vector<KLDecision> each;
+  for (std::size_t i = 0; i < decisions; ++i) {
+    const auto plan = static_cast<std::int64_t>(i + 1);
+    each.push_back(
+        {.kind = KLDecision::Kind::PropertiesCheck, .planID = plan, .windowStart = clock_.now(), .windowEnd = clock_.now()});
+    if (i % 2 == 0) continue;
+    each.back().kind = KLDecision::Kind::ReEnterLimit;
+    each.back().count = each.back().limit = 1;
+  }
   for (const KLValue& event : events) {
     if (trigger_->planManager().isNeededEvent(KLEventName(event).text())) {
       aside_->addDecisions({.time = clock_.now(), .event = event}, each);

@@ -121,16 +121,14 @@ class KLCampaignDiagnosis::State : public std::enable_shared_from_this<State> {
   }
 
   void arm() {
-    isArmed_.store(true, std::memory_order_relaxed);
-    queue_->asyncAfter(kWriteDelay, task(&State::writeRegularly));
+    if (!isArmed_.exchange(true, std::memory_order_relaxed)) queue_->asyncAfter(kWriteDelay, task(&State::writeRegularly));
   }
 
-  /// Comes back as long as there is something to write, so that those who record seldom have to see to it. What comes while it
-  /// decides to stay away is either found by its last look or finds that nobody is coming.
+  /// Comes back as long as there is something to write, so that those who record seldom have to see to it. What comes from the
+  /// first line on finds that nobody is coming, even if the writing fails.
   void writeRegularly() {
-    if (writeWhatCame()) return arm();
     isArmed_.store(false, std::memory_order_relaxed);
-    writeWhatCame();
+    if (writeWhatCame()) arm();
   }
 
   /// False: nothing had come.
